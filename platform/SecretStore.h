@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+#include <optional>
+
+/// The user's store of secrets, where each has a service and an account as its address.
+///
+/// Every call waits for another process: from a worker thread only, once there is a window.
+class SecretStore {
+public:
+    virtual ~SecretStore() = default;
+
+    /// The stored bytes. Absent when there are none, the store is locked, or none answers.
+    /// Never asks the user for anything.
+    [[nodiscard]] virtual std::optional<QByteArray> secret(const QString& service,
+                                                           const QString& account) const
+        = 0;
+
+    /// Stores `secret` in place of what was there. `label` is what the user reads in the store's own
+    /// program. The system may ask the user to unlock the store; false when that is refused, when no
+    /// store answers or when it fails.
+    virtual bool setSecret(const QString& service, const QString& account, const QString& label,
+                           const QByteArray& secret)
+        = 0;
+
+    /// Removes what is stored at the address. False when something is still there afterwards.
+    virtual bool removeSecret(const QString& service, const QString& account) = 0;
+};

@@ -1,0 +1,152 @@
+#include "platform/Files.h"
+
+#include "tests/support/TestFiles.h"
+
+#include <QDir>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <csignal>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+/// Lets no file of this process grow beyond `bytes` while it lives, as a full disk would.
+class SmallDisk {
+public:
+    explicit SmallDisk(rlim_t bytes)
+    {
+        std::signal(SIGXFSZ, SIG_IGN);
+        ::getrlimit(RLIMIT_FSIZE, &m_before);
+        const rlimit limit{.rlim_cur = bytes, .rlim_max = m_before.rlim_max};
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    ~SmallDisk() { ::setrlimit(RLIMIT_FSIZE, &m_before); }
+
+private:
+    rlimit m_before{};
+};
+
+} // namespace
+
+class FilesTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        m_folder = std::make_unique<QTemporaryDir>();
+        QVERIFY(m_folder->isValid());
+        m_file = m_folder->filePath(u"file"_s);
+    }
+
+    void onlyRegularFilesAreRead()
+    {
+        QCOMPARE(readFile(m_file).status, ReadStatus::missing);
+        QCOMPARE(readFile(m_file + u"/below"_s).status, ReadStatus::missing);
+        QCOMPARE(readFile(m_folder->path()).status, ReadStatus::unfit);
+        QCOMPARE(readFile(u"/dev/zero"_s).status, ReadStatus::unfit);
+        QCOMPARE(::mkfifo(QFile::encodeName(m_file).constData(), 0600), 0);
+        QCOMPARE(readFile(m_file).status, ReadStatus::unfit);
+        // Its size is told as 0.
+        QVERIFY(readFile(u"/proc/self/status"_s).contents.contains("Name:"));
+
+        const QString closed = m_folder->filePath(u"closed"_s);
+        writeFile(closed, "x", 0000);
+        QCOMPARE(readFile(closed).status, ReadStatus::denied);
+    }
+
+    void limitIsTheLargestSizeRead()
+    {
+        const QByteArray contents(100'000, 'x');
+        writeFile(m_file, contents);
+        QCOMPARE(readFile(m_file, contents.size()).contents, contents);
+        QCOMPARE(readFile(m_file, contents.size() - 1).status, ReadStatus::unfit);
+    }
+
+    void replacedFileHasExactlyTheContentsAndPermissions()
+    {
+        const mode_t before = ::umask(0077);
+        writeFile(m_file, "old and longer", 0600);
+        QCOMPARE(replaceFile(m_file, "new", {.permissions = 0644}), ReplaceStatus::replaced);
+        QCOMPARE(contentsOf(m_file), "new");
+        QCOMPARE(permissionsOf(m_file), 0644);
+        ::umask(0000);
+        QCOMPARE(replaceFile(m_file, "private"), ReplaceStatus::replaced);
+        QCOMPARE(permissionsOf(m_file), 0600);
+        ::umask(before);
+        QCOMPARE(QDir(m_folder->path()).entryList(QDir::Files | QDir::Hidden), {u"file"_s});
+    }
+
+    void linksStayAndTheirTargetIsReplaced()
+    {
+        QVERIFY(QDir(m_folder->path()).mkdir(u"dotfiles"_s));
+        const QString target = m_folder->filePath(u"dotfiles/real"_s);
+        QVERIFY(QFile::link(u"dotfiles/real"_s, m_folder->filePath(u"middle"_s)));
+        QVERIFY(QFile::link(m_folder->filePath(u"middle"_s), m_file));
+        // The link may be there before its file.
+        for (const QByteArray& contents : {"first"_ba, "second"_ba}) {
+            QCOMPARE(replaceFile(m_file, contents), ReplaceStatus::replaced);
+            QVERIFY(QFileInfo(m_file).isSymLink());
+            QVERIFY(!QFileInfo(target).isSymLink());
+            QCOMPARE(contentsOf(target), contents);
+        }
+        const QString circle = m_folder->filePath(u"circle"_s);
+        QVERIFY(QFile::link(circle, circle));
+        QCOMPARE(linkTarget(circle), circle);
+    }
+
+    void failuresLeaveTheOldFileAndNothingElse()
+    {
+        writeFile(m_file, "old");
+        {
+            const SmallDisk disk(4096);
+            QCOMPARE(replaceFile(m_file, QByteArray(8192, 'x')), ReplaceStatus::notWritten);
+        }
+        QCOMPARE(contentsOf(m_file), "old");
+        QCOMPARE(QDir(m_folder->path()).entryList(QDir::Files | QDir::Hidden), {u"file"_s});
+
+        QVERIFY(QDir(m_folder->path()).mkdir(u"folder"_s));
+        QCOMPARE(replaceFile(m_folder->filePath(u"folder"_s), "x"), ReplaceStatus::notRenamed);
+
+        ::chmod(QFile::encodeName(m_folder->path()).constData(), 0500);
+        QCOMPARE(replaceFile(m_file, "new"), ReplaceStatus::notWritten);
+        ::chmod(QFile::encodeName(m_folder->path()).constData(), 0700);
+        QCOMPARE(contentsOf(m_file), "old");
+    }
+
+    void newFoldersArePrivate()
+    {
+        const QString deep = m_folder->filePath(u"a/b/c"_s);
+        QVERIFY(makePrivateFolder(deep));
+        QCOMPARE(permissionsOf(deep), 0700);
+        QCOMPARE(permissionsOf(m_folder->filePath(u"a"_s)), 0700);
+        QVERIFY(makePrivateFolder(deep));
+        writeFile(m_file, "");
+        QVERIFY(!makePrivateFolder(m_file + u"/below"_s));
+        QVERIFY(!makePrivateFolder(m_file));
+    }
+
+    void folderLockKeepsOthersOut()
+    {
+        QVERIFY(!FolderLock(m_file).isHeld());
+        {
+            const FolderLock first(m_folder->path());
+            QVERIFY(first.isHeld());
+            QVERIFY(!FolderLock(m_folder->path(), 0ms).isHeld());
+        }
+        QVERIFY(FolderLock(m_folder->path(), 0ms).isHeld());
+    }
+
+private:
+    std::unique_ptr<QTemporaryDir> m_folder;
+    QString m_file;
+};
+
+QTEST_GUILESS_MAIN(FilesTest)
+#include "FilesTest.moc"
