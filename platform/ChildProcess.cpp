@@ -19,7 +19,9 @@ namespace {
 
 constexpr qsizetype readStep = 64 << 10;
 constexpr auto exitCheckInterval = 2ms;
-constexpr auto killPatience = 200ms; // for the kernel to take killed processes apart
+// For the kernel to take killed processes apart. Some inits are slow to take note of the dead, which
+// look alive from here until then: not to be waited for.
+constexpr auto killPatience = 20ms;
 
 struct Pipe {
     Descriptor readEnd;

@@ -154,25 +154,33 @@ QStringList tampering(const QString& calls, const QString& what)
     return { u"strace"_s, u"-o"_s, u"/dev/null"_s, u"-e"_s, u"inject="_s + calls + u':' + what };
 }
 
-/// Starts the bridge with a pipe on its standard input, whose other end goes to `inputEnd`.
-pid_t spawnWaiting(const QByteArray& program, int& inputEnd)
-{
-    std::array<int, 2> ends;
-    if (pipe2(ends.data(), O_CLOEXEC) != 0)
-        return -1;
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, ends[0], STDIN_FILENO);
-    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-    std::array<char*, 2> arguments{ const_cast<char*>(program.constData()), nullptr };
-    pid_t child = -1;
-    if (posix_spawn(&child, program.constData(), &actions, nullptr, arguments.data(), environ))
-        child = -1;
-    posix_spawn_file_actions_destroy(&actions);
-    close(ends[0]);
-    inputEnd = ends[1];
-    return child;
-}
+/// A bridge that waits for its input, and writes to the descriptor `output`.
+struct WaitingBridge {
+    WaitingBridge(const QString& program, int output)
+    {
+        std::array<int, 2> ends;
+        QCOMPARE(pipe2(ends.data(), O_CLOEXEC), 0);
+        posix_spawn_file_actions_t actions;
+        posix_spawn_file_actions_init(&actions);
+        posix_spawn_file_actions_adddup2(&actions, ends[0], STDIN_FILENO);
+        posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
+        QByteArray path = QFile::encodeName(program);
+        std::array<char*, 2> arguments{ path.data(), nullptr };
+        QCOMPARE(posix_spawn(&id, path.data(), &actions, nullptr, arguments.data(), environ), 0);
+        posix_spawn_file_actions_destroy(&actions);
+        close(ends[0]);
+        inputEnd = ends[1];
+    }
+
+    void give(const QByteArray& bytes) const
+    {
+        QCOMPARE(::write(inputEnd, bytes.constData(), bytes.size()), bytes.size());
+        close(inputEnd);
+    }
+
+    pid_t id = -1;
+    int inputEnd = -1;
+};
 
 } // namespace
 
@@ -201,14 +209,15 @@ private slots:
     void nobodyReadsTheLine()
     {
         const Installation installed;
-        QProcess process;
-        Installation::start(process, { installed.bridge() });
-        process.closeReadChannel(QProcess::StandardOutput);
-        process.write(input());
-        process.closeWriteChannel();
-        const Result result = Installation::result(process);
-        QVERIFY(result.isFinished);
-        QCOMPARE(result.status, 0);
+        std::array<int, 2> output;
+        QCOMPARE(pipe2(output.data(), O_CLOEXEC), 0);
+        const WaitingBridge bridge(installed.bridge(), output[1]);
+        close(output[0]);
+        close(output[1]);
+        bridge.give(input());
+        int status = -1;
+        QCOMPARE(waitpid(bridge.id, &status, 0), bridge.id);
+        QCOMPARE(status, 0);
         QCOMPARE(installed.used(), 25);
     }
 
@@ -455,17 +464,14 @@ private slots:
         constexpr int sessionCount = VEXLO_SESSIONS_AT_ONCE;
         const Installation installed;
         installed.write(stored);
-        const QByteArray program = QFile::encodeName(installed.bridge());
-        std::array<int, sessionCount> inputEnds;
-        for (int& end : inputEnds)
-            QVERIFY(spawnWaiting(program, end) > 0);
-        for (int i = 0; i < sessionCount; ++i) {
-            // The highest comes in the middle: being last is not what makes it stay.
-            const QByteArray bytes
-                = input(i == sessionCount / 2 ? 90 : i % 80, QByteArray::number(i));
-            QCOMPARE(write(inputEnds[i], bytes.constData(), bytes.size()), bytes.size());
-            close(inputEnds[i]);
-        }
+        const int output = open("/dev/null", O_WRONLY | O_CLOEXEC);
+        QList<WaitingBridge> bridges;
+        for (int i = 0; i < sessionCount; ++i)
+            bridges.emplaceBack(installed.bridge(), output);
+        close(output);
+        // The highest comes in the middle: being last is not what makes it stay.
+        for (int i = 0; i < sessionCount; ++i)
+            bridges[i].give(input(i == sessionCount / 2 ? 90 : i % 80, QByteArray::number(i)));
         for (int ended = 0; ended < sessionCount; ++ended) {
             int status = 0;
             QVERIFY(waitpid(-1, &status, 0) > 0);

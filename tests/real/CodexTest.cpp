@@ -1,3 +1,4 @@
+#include "tests/real/LoopbackService.h"
 #include "tests/support/TestFiles.h"
 #include "usage/CodexSnapshot.h"
 #include "usage/SnapshotFiles.h"
@@ -7,8 +8,6 @@
 #include <QElapsedTimer>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QTcpServer>
-#include <QTcpSocket>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -20,7 +19,7 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr int skipExitCode = 77;
-const QString outside = QStringLiteral(VEXLO_OUTSIDE_PROGRAMS "/node_modules/");
+const QString outside = QStringLiteral(VEXLO_OUTSIDE_PROGRAMS "/codex/node_modules/");
 const QByteArray address = "ada@example.test";
 
 /// The folder of the native program that the downloaded script starts; empty when it is not there.
@@ -41,45 +40,6 @@ QString nativeFolder()
     }
     return {};
 }
-
-/// The service behind Codex, on loopback: answers for the usage page as told, 404 for all else.
-class Backend : public QTcpServer {
-public:
-    Backend()
-    {
-        connect(this, &QTcpServer::newConnection, this, [this] {
-            QTcpSocket* socket = nextPendingConnection();
-            connect(socket, &QTcpSocket::readyRead, this, [this, socket] { answer(socket); });
-            connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
-        });
-        if (!listen(QHostAddress::LocalHost))
-            qFatal("no loopback server");
-    }
-
-    QByteArray status = "200 OK";
-    QByteArray usage; // the page's body; null to let the caller wait
-    bool wasAsked = false;
-
-private:
-    void answer(QTcpSocket* socket)
-    {
-        const QByteArray request = socket->readAll();
-        if (!request.startsWith("GET /backend-api/wham/usage ")) {
-            reply(socket, "404 Not Found", R"({"detail":"none"})");
-            return;
-        }
-        wasAsked = true;
-        if (!usage.isNull())
-            reply(socket, status, usage);
-    }
-
-    static void reply(QTcpSocket* socket, const QByteArray& status, const QByteArray& body)
-    {
-        socket->write("HTTP/1.1 " + status + "\r\nContent-Type: application/json\r\nConnection: close"
-                      "\r\nContent-Length: " + QByteArray::number(body.size()) + "\r\n\r\n" + body);
-        socket->disconnectFromHost();
-    }
-};
 
 QByteArray base64(const QJsonObject& object)
 {
@@ -114,12 +74,15 @@ private slots:
     void init()
     {
         m_home = std::make_unique<QTemporaryDir>();
-        m_backend = std::make_unique<Backend>();
+        m_status = "200 OK";
+        m_usage.clear();
+        m_wasAsked = false;
+        m_service = std::make_unique<LoopbackService>();
+        m_service->onRequest = [this](const QByteArray& request) { return answer(request); };
         m_support = m_home->filePath(u"support"_s);
         qputenv("CODEX_HOME", QFile::encodeName(m_home->path()));
         writeFile(m_home->filePath(u"config.toml"_s),
-                  "chatgpt_base_url = \"http://127.0.0.1:"
-                      + QByteArray::number(m_backend->serverPort()) + "/backend-api/\"\n");
+                  "chatgpt_base_url = \"" + m_service->address() + "/backend-api/\"\n");
     }
 
     void limitsArrive_data()
@@ -135,7 +98,7 @@ private slots:
         useCodexIn(folder);
         logIn();
         const qint64 reset = QDateTime::currentSecsSinceEpoch() + 3600;
-        m_backend->usage = "{\"email\": \"" + address
+        m_usage = "{\"email\": \"" + address
             + "\", " R"("user_id": "user-1", "account_id": "acct-1", "plan_type": "plus", "rate_limit": {"allowed": true, "limit_reached": false,
                "primary_window": {"used_percent": 42, "limit_window_seconds": 18000,
                                   "reset_after_seconds": 3600, "reset_at": )" + QByteArray::number(reset)
@@ -144,7 +107,7 @@ private slots:
             + QByteArray::number(reset + 400'000) + R"(}}, "additional_rate_limits": null,
                "credits": {"has_credits": false, "unlimited": false, "balance": "0"}})";
         const ServiceUsage usage = codexUsage(read(30s));
-        QVERIFY(m_backend->wasAsked);
+        QVERIFY(m_wasAsked);
         QCOMPARE(usage.error, std::nullopt);
         QCOMPARE(usage.allowed, true);
         const QList<LimitWindow> expected{
@@ -166,10 +129,10 @@ private slots:
     {
         useCodexIn(outside + u".bin"_s);
         logIn();
-        m_backend->status = "401 Unauthorized";
-        m_backend->usage = "{\"detail\": \"unknown user " + address + "\"}";
+        m_status = "401 Unauthorized";
+        m_usage = "{\"detail\": \"unknown user " + address + "\"}";
         const QByteArray document = read(30s);
-        QVERIFY(m_backend->wasAsked);
+        QVERIFY(m_wasAsked);
         QCOMPARE(codexUsage(document).error, CodexSnapshot::loginMessage());
         QVERIFY2(!document.contains(address), document.constData());
     }
@@ -181,23 +144,34 @@ private slots:
         QFETCH(QString, folder);
         useCodexIn(folder);
         logIn();
-        m_backend->usage = QByteArray(); // never answers
+        m_usage.clear(); // it never answers
         QElapsedTimer timer;
         std::chrono::milliseconds timeout = 1500ms;
         QByteArray document;
         // Time must be up during the call to the service, on however slow a machine.
-        for (; !m_backend->wasAsked && timeout < 60s; timeout *= 2) {
+        for (; !m_wasAsked && timeout < 60s; timeout *= 2) {
             timer.start();
             document = read(timeout);
             qInfo("ended %lld ms after its start, with %lld ms given", (long long)timer.elapsed(),
                   (long long)timeout.count());
         }
-        QVERIFY(m_backend->wasAsked);
+        QVERIFY(m_wasAsked);
         QVERIFY(document.contains("did not return limits within"));
         QVERIFY(!QFileInfo::exists(m_support));
     }
 
 private:
+    /// What the service behind Codex says: the usage page as the test has it, and nothing else.
+    std::optional<LoopbackService::Reply> answer(const QByteArray& request)
+    {
+        if (!request.startsWith("GET /backend-api/wham/usage "))
+            return LoopbackService::Reply{.status = "404 Not Found", .body = R"({"detail":"none"})"};
+        m_wasAsked = true;
+        if (m_usage.isEmpty())
+            return std::nullopt;
+        return LoopbackService::Reply{.status = m_status, .body = m_usage};
+    }
+
     void useCodexIn(const QString& folder)
     {
         QVERIFY(QFileInfo(folder + u"/codex"_s).isExecutable());
@@ -249,7 +223,10 @@ private:
 
     const QByteArray m_path = qgetenv("PATH");
     std::unique_ptr<QTemporaryDir> m_home;
-    std::unique_ptr<Backend> m_backend;
+    std::unique_ptr<LoopbackService> m_service;
+    QByteArray m_status; // of the usage page
+    QByteArray m_usage; // its body; empty to let the caller wait
+    bool m_wasAsked = false;
     QString m_support;
 };
 
