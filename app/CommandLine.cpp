@@ -20,12 +20,24 @@ using Command = CommandLine::Command;
 std::optional<int> qtOptionValues(const QString& argument)
 {
     static const std::array valued{
-        "platform"_L1, "platformpluginpath"_L1, "platformtheme"_L1, "plugin"_L1,
-        "qwindowgeometry"_L1, "qwindowicon"_L1, "qwindowtitle"_L1, "session"_L1, "style"_L1,
-        "stylesheet"_L1, "display"_L1, "geometry"_L1, "icon"_L1, "title"_L1, "fontengine"_L1,
+        "platform"_L1,
+        "platformpluginpath"_L1,
+        "platformtheme"_L1,
+        "plugin"_L1,
+        "qwindowgeometry"_L1,
+        "qwindowicon"_L1,
+        "qwindowtitle"_L1,
+        "session"_L1,
+        "style"_L1,
+        "stylesheet"_L1,
+        "display"_L1,
+        "geometry"_L1,
+        "icon"_L1,
+        "title"_L1,
+        "fontengine"_L1,
     };
-    static const std::array plain{"reverse"_L1, "widgetcount"_L1, "qmljsdebugger"_L1, "nograb"_L1,
-                                  "dograb"_L1, "sync"_L1};
+    static const std::array plain{"reverse"_L1, "widgetcount"_L1, "qmljsdebugger"_L1,
+                                  "nograb"_L1,  "dograb"_L1,      "sync"_L1};
     const qsizetype dashes = argument.startsWith("--"_L1) ? 2 : 1;
     const QString name = argument.mid(dashes).section(u'=', 0, 0);
     if (std::find(plain.begin(), plain.end(), name) != plain.end())

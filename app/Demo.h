@@ -9,4 +9,4 @@ namespace Demo {
 /// figures; "claude" and "codex" have them.
 [[nodiscard]] std::optional<ServiceUsage> usage(const QString& id, Date now = currentDate());
 
-}
+} // namespace Demo

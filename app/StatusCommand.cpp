@@ -64,16 +64,17 @@ QList<ServiceUsage> refreshedStatus(const ProviderRegistry& registry, const Keyc
     const bool isFirstContact = isCodexFirstContact(registry);
     std::future<QByteArray> codex;
     if (isFirstContact || registry.isEnabled(codexId)) {
-        codex = std::async(std::launch::async, [&cancellation, folder = registry.supportDirectory()] {
-            return CodexSnapshot::read(CodexSnapshot::defaultTimeout, folder, &cancellation);
-        });
+        codex
+            = std::async(std::launch::async, [&cancellation, folder = registry.supportDirectory()] {
+                  return CodexSnapshot::read(CodexSnapshot::defaultTimeout, folder, &cancellation);
+              });
     }
     std::vector<std::pair<ProviderDefinition, std::future<std::optional<QByteArray>>>> runs;
     if (runner.isAvailable()) {
         for (const ProviderDefinition& row : registry.enabledSnapshotProviders()) {
             runs.emplace_back(row, std::async(std::launch::async, [&, id = row.id] {
-                return runner.run(id, keychain.key(id), &cancellation);
-            }));
+                                  return runner.run(id, keychain.key(id), &cancellation);
+                              }));
         }
     }
 

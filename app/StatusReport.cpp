@@ -60,7 +60,8 @@ QString oneLine(QString text)
     return text.simplified();
 }
 
-QString windowText(const LimitWindow& window, UsageDisplayMode mode, const QLocale& locale, Date now)
+QString windowText(const LimitWindow& window, UsageDisplayMode mode, const QLocale& locale,
+                   Date now)
 {
     const QString figure = oneLine(window.name) + u' ' + shownText(mode, window.remaining);
     const QString reset = resetText(window, locale, now);

@@ -102,7 +102,8 @@ void printReport(Session& session, const QList<ServiceUsage>& services)
     if (session.line.json)
         print(stdout, QString::fromUtf8(statusJson(services)));
     else if (!services.isEmpty())
-        print(stdout, statusReport(services, savedDisplayMode(session.preferences), QLocale::system()));
+        print(stdout,
+              statusReport(services, savedDisplayMode(session.preferences), QLocale::system()));
     else
         print(stdout, Texts::tr("Nothing is connected yet.") + u'\n');
 }
@@ -134,12 +135,14 @@ int runStart(Session& session, const QString& program)
         return signalExitCode + status.signal;
     printReport(session, status.services);
     if (status.services.isEmpty()) {
-        print(stdout, Texts::tr(R"(
+        print(stdout,
+              Texts::tr(R"(
 Claude Code: connect it with  %1 --connect-claude
 Codex:       install it and log in with  codex login
 
 This is how it looks then, with made-up figures (--demo):
-)").arg(program));
+)")
+                  .arg(program));
         CommandLine demoLine;
         demoLine.demo = true;
         Session demo(demoLine);
@@ -165,7 +168,8 @@ int runClaude(Session& session)
 int run(const CommandLine& line, const QString& program)
 {
     if (!line.error.isEmpty()) {
-        print(stderr, "vexlo: "_L1 + line.error + u'\n'
+        print(stderr,
+              "vexlo: "_L1 + line.error + u'\n'
                   + Texts::tr("%1 --help explains every option.").arg(program) + u'\n');
         return CommandLine::usageErrorExitCode;
     }

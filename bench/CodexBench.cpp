@@ -62,11 +62,13 @@ void bareExchange(const QString& program)
     posix_spawn_file_actions_destroy(&actions);
     ::close(input[0]);
     ::close(output[1]);
-    say(input[1], R"({"id":1,"method":"initialize","params":{"clientInfo":{"name":"Vexlo","version":"0"}}})"
-                  "\n");
+    say(input[1],
+        R"({"id":1,"method":"initialize","params":{"clientInfo":{"name":"Vexlo","version":"0"}}})"
+        "\n");
     readReply(output[0], "\"id\":1");
-    say(input[1], "{\"method\":\"initialized\",\"params\":{}}\n"
-                  "{\"id\":2,\"method\":\"account/rateLimits/read\",\"params\":{}}\n");
+    say(input[1],
+        "{\"method\":\"initialized\",\"params\":{}}\n"
+        "{\"id\":2,\"method\":\"account/rateLimits/read\",\"params\":{}}\n");
     readReply(output[0], "\"id\":2");
     ::close(input[1]);
     ::waitpid(child, nullptr, 0);
@@ -104,5 +106,6 @@ int main(int argc, char** argv)
     const QCoreApplication application(argc, argv);
     std::puts("| server | bare exchange, ms | our client, ms | difference |\n|---|---|---|---|");
     compare("answers at once", QStringLiteral(VEXLO_INSTANT_SERVER), 200);
-    compare("Codex, logged out", QStringLiteral(VEXLO_OUTSIDE_PROGRAMS "/codex/node_modules/.bin"), 20);
+    compare("Codex, logged out", QStringLiteral(VEXLO_OUTSIDE_PROGRAMS "/codex/node_modules/.bin"),
+            20);
 }

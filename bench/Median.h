@@ -7,8 +7,7 @@
 /// The median of what `step` takes, in milliseconds.
 class Median {
 public:
-    template<typename Step>
-    void time(Step step)
+    template<typename Step> void time(Step step)
     {
         const auto start = std::chrono::steady_clock::now();
         step();

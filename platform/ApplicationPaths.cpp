@@ -13,9 +13,8 @@ ApplicationPaths ApplicationPaths::find(bool demo)
     return {
         .supportDirectory
         = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + folder,
-        .preferencesFile
-        = QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) + folder
-            + "/preferences.json"_L1,
+        .preferencesFile = QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation)
+            + folder + "/preferences.json"_L1,
         .resources = QDir::cleanPath(prefix.filePath(u"share/vexlo"_s)),
         .helpers = QDir::cleanPath(prefix.filePath(u"libexec/vexlo"_s)),
     };

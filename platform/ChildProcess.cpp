@@ -19,8 +19,8 @@ namespace {
 
 constexpr qsizetype readStep = 64 << 10;
 constexpr auto exitCheckInterval = 2ms;
-// For the kernel to take killed processes apart. Some inits are slow to take note of the dead, which
-// look alive from here until then: not to be waited for.
+// For the kernel to take killed processes apart. Some inits are slow to take note of the dead,
+// which look alive from here until then: not to be waited for.
 constexpr auto killPatience = 20ms;
 
 struct Pipe {
@@ -148,14 +148,16 @@ ChildProcess::Event ChildProcess::wait(QByteArray& output, QDeadlineTimer deadli
         // `poll` passes over negative descriptors.
         std::array<pollfd, 3> waits{{
             {.fd = m_output.value(), .events = POLLIN, .revents = 0},
-            {.fd = m_cancellation ? m_cancellation->descriptor() : -1, .events = POLLIN, .revents = 0},
+            {.fd = m_cancellation ? m_cancellation->descriptor() : -1,
+             .events = POLLIN,
+             .revents = 0},
             {.fd = hasInput ? m_input.value() : -1, .events = POLLOUT, .revents = 0},
         }};
         // A flood of output must not outrun the deadline.
         if (deadline.hasExpired())
             return Event::timeout;
-        const int ready
-            = ::poll(waits.data(), waits.size(), int(std::min<qint64>(deadline.remainingTime(), 60'000)));
+        const int ready = ::poll(waits.data(), waits.size(),
+                                 int(std::min<qint64>(deadline.remainingTime(), 60'000)));
         if (ready < 0 && errno != EINTR)
             return Event::timeout;
         if (ready <= 0)
@@ -220,7 +222,8 @@ void ChildProcess::end(std::chrono::milliseconds patience)
 void ChildProcess::reap()
 {
     while (::waitpid(m_leader, nullptr, 0) < 0 && errno == EINTR) { }
-    // The others are init's to reap: gone is gone for us, but the caller is promised an empty group.
+    // The others are init's to reap: gone is gone for us, but the caller is promised an empty
+    // group.
     const QDeadlineTimer deadline(killPatience);
     while (::kill(-m_leader, 0) == 0 && !deadline.hasExpired())
         std::this_thread::sleep_for(exitCheckInterval);

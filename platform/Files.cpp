@@ -28,8 +28,8 @@ bool writeAll(int descriptor, const QByteArray& contents)
 {
     qsizetype written = 0;
     while (written < contents.size()) {
-        const ssize_t count
-            = ::write(descriptor, contents.constData() + written, size_t(contents.size() - written));
+        const ssize_t count = ::write(descriptor, contents.constData() + written,
+                                      size_t(contents.size() - written));
         if (count < 0 && errno == EINTR)
             continue;
         if (count <= 0)
@@ -67,7 +67,7 @@ ReadResult readFile(const QString& path, qint64 limit)
             return {.status = ReadStatus::unfit};
         return {.status = ReadStatus::failed};
     }
-    struct stat status {};
+    struct stat status { };
     if (::fstat(file.value(), &status) != 0)
         return {.status = ReadStatus::failed};
     if (!S_ISREG(status.st_mode) || status.st_size > limit)
@@ -79,8 +79,8 @@ ReadResult readFile(const QString& path, qint64 limit)
     while (contents.size() <= limit) {
         const qsizetype before = contents.size();
         contents.resize(before + std::max<qsizetype>(step, qsizetype(status.st_size) - before + 1));
-        const ssize_t count = ::read(file.value(), contents.data() + before,
-                                     size_t(contents.size() - before));
+        const ssize_t count
+            = ::read(file.value(), contents.data() + before, size_t(contents.size() - before));
         contents.resize(before + std::max<ssize_t>(count, 0));
         if (count < 0 && errno == EINTR)
             continue;
@@ -97,10 +97,9 @@ ReplaceStatus replaceFile(const QString& path, const QByteArray& contents,
 {
     const QString target = linkTarget(path);
     const QString folder = QFileInfo(target).path();
-    const QString unique
-        = QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper();
-    const QByteArray temporary = QFile::encodeName(folder + u'/' + options.temporaryPrefix + unique
-                                                   + u".tmp"_s);
+    const QString unique = QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper();
+    const QByteArray temporary
+        = QFile::encodeName(folder + u'/' + options.temporaryPrefix + unique + u".tmp"_s);
     if (!writeNewFile(temporary, contents, options)) {
         ::unlink(temporary.constData());
         return ReplaceStatus::notWritten;
@@ -110,9 +109,10 @@ ReplaceStatus replaceFile(const QString& path, const QByteArray& contents,
         return ReplaceStatus::notRenamed;
     }
     if (options.durable) {
-        // The rename itself; without this a power cut may bring the old file back, which is allowed.
-        const Descriptor directory(::open(QFile::encodeName(folder).constData(),
-                                          O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        // The rename itself; without this a power cut may bring the old file back, which is
+        // allowed.
+        const Descriptor directory(
+            ::open(QFile::encodeName(folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
         if (directory.isOpen())
             ::fsync(directory.value());
     }

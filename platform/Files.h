@@ -39,8 +39,8 @@ struct ReplaceOptions {
 
 /// Writes `contents` to a new file beside `path` and renames it over `path` in one step.
 ///
-/// Readers, and a crash at any moment, meet the old or the new contents and nothing else. The folder
-/// must exist. A symbolic link stays one: the file that it names is replaced.
+/// Readers, and a crash at any moment, meet the old or the new contents and nothing else. The
+/// folder must exist. A symbolic link stays one: the file that it names is replaced.
 [[nodiscard]] ReplaceStatus replaceFile(const QString& path, const QByteArray& contents,
                                         const ReplaceOptions& options = {});
 

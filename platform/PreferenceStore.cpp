@@ -53,15 +53,16 @@ PreferenceStore::PreferenceStore(QString file)
 
 PreferenceStore::Stamp PreferenceStore::stamp() const
 {
-    struct stat status {};
+    struct stat status { };
     if (::stat(QFile::encodeName(m_file).constData(), &status) != 0)
         return {};
-    // The time of the last change of any kind: nobody can set it back, as with the modification time.
+    // The time of the last change of any kind: nobody can set it back, as with the modification
+    // time.
     return {.device = status.st_dev,
             .node = status.st_ino,
             .size = status.st_size,
-            .changedNanoseconds = qint64(status.st_ctim.tv_sec) * 1'000'000'000
-                + status.st_ctim.tv_nsec};
+            .changedNanoseconds
+            = qint64(status.st_ctim.tv_sec) * 1'000'000'000 + status.st_ctim.tv_nsec};
 }
 
 bool PreferenceStore::readFileInto(QJsonObject& values) const
@@ -90,7 +91,8 @@ void PreferenceStore::setAsideWhatCannotBeRead() const
     // Another process may have put things right before we got the lock.
     if (!lock.isHeld() || !isBeyondReading(readFile(m_file, largestFile)))
         return;
-    ::rename(QFile::encodeName(m_file).constData(), QFile::encodeName(m_file + u".bad"_s).constData());
+    ::rename(QFile::encodeName(m_file).constData(),
+             QFile::encodeName(m_file + u".bad"_s).constData());
 }
 
 QJsonValue PreferenceStore::value(const QString& key) const
@@ -112,7 +114,8 @@ std::optional<qint64> PreferenceStore::integer(const QString& key) const
     const QJsonValue found = value(key);
     // The fallback comes back for what has no exact integer, so two of them tell.
     const qint64 integer = found.toInteger(0);
-    return found.isDouble() && integer == found.toInteger(1) ? std::optional(integer) : std::nullopt;
+    return found.isDouble() && integer == found.toInteger(1) ? std::optional(integer)
+                                                             : std::nullopt;
 }
 
 std::optional<double> PreferenceStore::real(const QString& key) const

@@ -10,11 +10,11 @@
 
 /// The user's settings and small markers: one flat space of keys, in one JSON file.
 ///
-/// A value of another type than the one asked for reads as missing. Every change is on the disk when
-/// the call returns; a change that cannot be written (false) holds until the program ends and goes
-/// out with the next one. Several processes may use the file: each sees what the others wrote and
-/// none undoes it. Contents that cannot be understood are kept aside as the file's name with ".bad"
-/// at its end. Main thread only.
+/// A value of another type than the one asked for reads as missing. Every change is on the disk
+/// when the call returns; a change that cannot be written (false) holds until the program ends and
+/// goes out with the next one. Several processes may use the file: each sees what the others wrote
+/// and none undoes it. Contents that cannot be understood are kept aside as the file's name with
+/// ".bad" at its end. Main thread only.
 class PreferenceStore {
 public:
     /// The file and its folder need not exist.

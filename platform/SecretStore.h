@@ -15,12 +15,11 @@ public:
     /// The stored bytes. Absent when there are none, the store is locked, or none answers.
     /// Never asks the user for anything.
     [[nodiscard]] virtual std::optional<QByteArray> secret(const QString& service,
-                                                           const QString& account) const
-        = 0;
+                                                           const QString& account) const = 0;
 
-    /// Stores `secret` in place of what was there. `label` is what the user reads in the store's own
-    /// program. The system may ask the user to unlock the store; false when that is refused, when no
-    /// store answers or when it fails.
+    /// Stores `secret` in place of what was there. `label` is what the user reads in the store's
+    /// own program. The system may ask the user to unlock the store; false when that is refused,
+    /// when no store answers or when it fails.
     virtual bool setSecret(const QString& service, const QString& account, const QString& label,
                            const QByteArray& secret)
         = 0;

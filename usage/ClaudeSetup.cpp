@@ -42,10 +42,11 @@ QString shellQuoted(const QString& path)
 std::optional<nlohmann::json> parsed(const QByteArray& bytes)
 {
     bool isTooDeep = false;
-    const auto watchDepth = [&isTooDeep](int depth, nlohmann::json::parse_event_t, nlohmann::json&) {
-        isTooDeep = isTooDeep || depth > deepestSettings;
-        return !isTooDeep;
-    };
+    const auto watchDepth
+        = [&isTooDeep](int depth, nlohmann::json::parse_event_t, nlohmann::json&) {
+              isTooDeep = isTooDeep || depth > deepestSettings;
+              return !isTooDeep;
+          };
     nlohmann::json value
         = nlohmann::json::parse(bytes.begin(), bytes.end(), watchDepth, /*allow_exceptions=*/false);
     return value.is_discarded() || isTooDeep ? std::nullopt : std::optional(std::move(value));
@@ -159,8 +160,7 @@ void ClaudeSetup::installBridge() const
 {
     const ReadResult bundled = readFile(m_paths.bundledBridge);
     if (bundled.status != ReadStatus::read)
-        throw Failure(
-            Texts::tr("The Claude bridge is missing from Vexlo.app. Reinstall Vexlo."));
+        throw Failure(Texts::tr("The Claude bridge is missing from Vexlo.app. Reinstall Vexlo."));
     if (!makePrivateFolder(m_paths.supportDirectory))
         failToWrite(installedBridge());
     const QFileInfo installed(installedBridge());
@@ -200,7 +200,8 @@ void ClaudeSetup::replaceSettings(const Settings& before, const Json& members) c
 {
     backUpSettings(before);
     makeFolderOf(m_paths.settings);
-    // Claude Code and editors write this file too. What they wrote in the meantime must not be lost.
+    // Claude Code and editors write this file too. What they wrote in the meantime must not be
+    // lost.
     if (readFile(m_paths.settings).contents != before.bytes)
         throw Failure(Texts::tr("%1 was changed by another program just now. Please try again.")
                           .arg(m_paths.settings));

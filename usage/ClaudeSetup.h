@@ -9,10 +9,10 @@
 
 /// Connects Vexlo to Claude Code, which reports its limits to a status-line command alone.
 ///
-/// Connecting installs the bridge in the support folder and points the user's status line at it; the
-/// bridge goes on showing a status line that the user had before. Disconnecting puts that back.
-/// Claude Code's settings are the user's: they are backed up first, replaced in one step, keep their
-/// permissions, and what we do not know in them survives in value.
+/// Connecting installs the bridge in the support folder and points the user's status line at it;
+/// the bridge goes on showing a status line that the user had before. Disconnecting puts that back.
+/// Claude Code's settings are the user's: they are backed up first, replaced in one step, keep
+/// their permissions, and what we do not know in them survives in value.
 class ClaudeSetup {
 public:
     /// Why something could not be done, in one text for the user.
@@ -23,7 +23,10 @@ public:
         {
         }
         [[nodiscard]] const QString& text() const { return m_text; }
-        [[nodiscard]] const char* what() const noexcept override { return "Claude Code connection"; }
+        [[nodiscard]] const char* what() const noexcept override
+        {
+            return "Claude Code connection";
+        }
 
     private:
         QString m_text;
@@ -46,8 +49,8 @@ public:
     QString disconnect();
     /// Whether the status line is ours now. Settings that cannot be read are not.
     [[nodiscard]] bool isConnected() const;
-    /// Brings an installed bridge, or an older one, up to this version. Does nothing when the status
-    /// line is not ours. Throws a `Failure`.
+    /// Brings an installed bridge, or an older one, up to this version. Does nothing when the
+    /// status line is not ours. Throws a `Failure`.
     void refreshIfConnected();
 
 private:

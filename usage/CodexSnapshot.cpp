@@ -62,8 +62,8 @@ QByteArray limitsRequest()
                 {"params"_L1, QJsonObject()}});
 }
 
-/// Describes the "error" member of a reply. The body of the backend's answer, which Codex appends to
-/// its message, is left out: it can hold the user's address, and its words mean nothing here.
+/// Describes the "error" member of a reply. The body of the backend's answer, which Codex appends
+/// to its message, is left out: it can hold the user's address, and its words mean nothing here.
 QString errorDescription(const QJsonValue& error)
 {
     QString text;
@@ -119,7 +119,8 @@ private:
         // The server has requests of its own, numbered as it likes.
         if ((id != initializeId && id != limitsId) || message.contains("method"_L1))
             return std::nullopt;
-        if (const QJsonValue error = message.value("error"_L1); !error.isUndefined() && !error.isNull())
+        if (const QJsonValue error = message.value("error"_L1);
+            !error.isUndefined() && !error.isNull())
             return failure(errorDescription(error));
         if (id == limitsId)
             return CodexSnapshot::save(message.value("result"_L1).toObject(), m_saveTo);
@@ -197,14 +198,15 @@ QByteArray CodexSnapshot::read(std::chrono::milliseconds timeout, const QString&
     }
     server.end();
     const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(timeout).count();
-    return failure(
-        "Codex App Server did not return limits within %1 seconds"_L1.arg(QString::number(seconds)));
+    return failure("Codex App Server did not return limits within %1 seconds"_L1.arg(
+        QString::number(seconds)));
 }
 
 QByteArray CodexSnapshot::save(const QJsonObject& result, const QString& folder)
 {
     QJsonObject limits = result.value("rateLimits"_L1).toObject();
-    if (const QJsonValue codex = result.value("rateLimitsByLimitId"_L1).toObject().value("codex"_L1);
+    if (const QJsonValue codex
+        = result.value("rateLimitsByLimitId"_L1).toObject().value("codex"_L1);
         codex.isObject())
         limits = codex.toObject();
 

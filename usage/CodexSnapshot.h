@@ -13,8 +13,8 @@
 
 /// Asks the Codex command-line tool for the account's limits.
 ///
-/// Codex tells them only through its "app-server": newline-delimited JSON-RPC over the standard input
-/// and output of a short-lived child.
+/// Codex tells them only through its "app-server": newline-delimited JSON-RPC over the standard
+/// input and output of a short-lived child.
 class CodexSnapshot {
 public:
     static constexpr std::chrono::seconds defaultTimeout{10};
@@ -27,9 +27,9 @@ public:
     /// Starts the app server, asks it and ends it. Blocks for at most `timeout` and 1 s more; no
     /// process that it started is left. From any thread.
     ///
-    /// Gives the bytes of a JSON object: the snapshot ("observed_at", "windows", "allowed"), which has
-    /// then been written to "codex-usage.json" in the folder `saveTo`, or one with the single key
-    /// "error", a text that holds nothing personal.
+    /// Gives the bytes of a JSON object: the snapshot ("observed_at", "windows", "allowed"), which
+    /// has then been written to "codex-usage.json" in the folder `saveTo`, or one with the single
+    /// key "error", a text that holds nothing personal.
     [[nodiscard]] static QByteArray read(std::chrono::milliseconds timeout, const QString& saveTo,
                                          const Cancellation* cancellation = nullptr);
 

@@ -36,7 +36,8 @@ public:
     [[nodiscard]] static const QSet<QString>& released();
     /// The ids of the rows whose usage comes from the snapshot script.
     [[nodiscard]] static const QSet<QString>& snapshotReaders();
-    /// `rows` with those named in `order` first, in its order, and the others after them as they are.
+    /// `rows` with those named in `order` first, in its order, and the others after them as they
+    /// are.
     [[nodiscard]] static QList<ProviderDefinition> ordered(const QList<ProviderDefinition>& rows,
                                                            const QStringList& order);
 
@@ -50,8 +51,8 @@ public:
 
     /// Whether the source's snapshot file exists, whatever it contains.
     [[nodiscard]] bool hasConnected(const QString& id) const;
-    /// The user's switch; without one, whether the source has connected, and for the calendar whether
-    /// neither Claude nor Codex has.
+    /// The user's switch; without one, whether the source has connected, and for the calendar
+    /// whether neither Claude nor Codex has.
     [[nodiscard]] bool isEnabled(const QString& id) const;
     /// Whether the user, or a connection, has set the switch either way.
     [[nodiscard]] bool hasSwitch(const QString& id) const;

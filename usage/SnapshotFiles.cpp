@@ -36,7 +36,7 @@ constexpr auto windows = "windows"_L1;
 constexpr auto codexDuration = "windowDurationMins"_L1;
 constexpr auto codexResetsAt = "resetsAt"_L1;
 constexpr auto codexUsedPercent = "usedPercent"_L1;
-}
+} // namespace Key
 
 class Texts {
     Q_DECLARE_TR_FUNCTIONS(SnapshotFiles)
@@ -132,8 +132,8 @@ ServiceUsage codexUsage(const QByteArray& data, Date now)
     const QJsonObject windows = snapshot->value(Key::windows).toObject();
     for (const QLatin1StringView key : CodexSnapshot::windowKeys) {
         const QJsonObject object = windows.value(key).toObject();
-        if (const auto window = limitWindow(object, codexLabel(object), Key::codexUsedPercent,
-                                            Key::codexResetsAt))
+        if (const auto window
+            = limitWindow(object, codexLabel(object), Key::codexUsedPercent, Key::codexResetsAt))
             usage.windows.append(*window);
     }
     if (usage.current(now).isEmpty())

@@ -15,9 +15,10 @@
 /// The Codex record from the bytes of a Codex snapshot, or of an object with an "error" text.
 [[nodiscard]] ServiceUsage codexUsage(const QByteArray& data, Date now = currentDate());
 
-/// The Codex record from "codex-usage.json", the last good answer. Without the file: neither windows
-/// nor an error.
-[[nodiscard]] ServiceUsage savedCodexUsage(const QString& supportDirectory, Date now = currentDate());
+/// The Codex record from "codex-usage.json", the last good answer. Without the file: neither
+/// windows nor an error.
+[[nodiscard]] ServiceUsage savedCodexUsage(const QString& supportDirectory,
+                                           Date now = currentDate());
 
 /// A provider's record from the bytes of its snapshot. The snapshot's own error goes before ours,
 /// and does not hide the windows beside it.

@@ -60,7 +60,8 @@ QString resetText(const LimitWindow& window, const QLocale& locale, Date now)
 {
     if (!window.reset)
         return {};
-    const QDateTime local = QDateTime::fromMSecsSinceEpoch(window.reset->time_since_epoch().count());
+    const QDateTime local
+        = QDateTime::fromMSecsSinceEpoch(window.reset->time_since_epoch().count());
     const QString date = locale.toString(local, QLocale::ShortFormat);
     return window.active(now) ? Texts::tr("Reset %1").arg(date)
                               : Texts::tr("Previous reset %1").arg(date);

@@ -10,8 +10,8 @@
 /// "2 hr. ago", "3 days ago", always rounded down. A date to come gives "in 5 min." and so on.
 [[nodiscard]] QString relativeAge(Date date, Date now = currentDate());
 
-/// "Reset " and when, in local time and the short style of `locale`; "Previous reset " once that has
-/// passed. Empty for a window without a reset time.
+/// "Reset " and when, in local time and the short style of `locale`; "Previous reset " once that
+/// has passed. Empty for a window without a reset time.
 [[nodiscard]] QString resetText(const LimitWindow& window, const QLocale& locale,
                                 Date now = currentDate());
 

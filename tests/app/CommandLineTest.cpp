@@ -28,11 +28,13 @@ private slots:
         QTest::newRow("unknown") << QStringList{u"--status"_s, u"--colour"_s}
                                  << u"unknown option --colour"_s;
         QTest::newRow("unknown short") << QStringList{u"-x"_s} << u"unknown option -x"_s;
-        QTest::newRow("no option") << QStringList{u"status"_s} << u"unexpected argument \"status\""_s;
+        QTest::newRow("no option")
+            << QStringList{u"status"_s} << u"unexpected argument \"status\""_s;
         QTest::newRow("format") << QStringList{u"--status=xml"_s}
                                 << u"--status is text or json, not \"xml\""_s;
-        QTest::newRow("two commands") << QStringList{u"--status"_s, u"--connect-claude"_s}
-                                      << u"--connect-claude does not go with what stands before it"_s;
+        QTest::newRow("two commands")
+            << QStringList{u"--status"_s, u"--connect-claude"_s}
+            << u"--connect-claude does not go with what stands before it"_s;
         QTest::newRow("demo connects nothing")
             << QStringList{u"--demo"_s, u"--disconnect-claude"_s}
             << u"--demo shows made-up figures and connects nothing"_s;
@@ -46,8 +48,8 @@ private slots:
 
     void optionsOfQtPass()
     {
-        const CommandLine line = CommandLine::parse({u"-platform"_s, u"xcb"_s, u"--style=fusion"_s,
-                                                     u"-reverse"_s, u"--status"_s});
+        const CommandLine line = CommandLine::parse(
+            {u"-platform"_s, u"xcb"_s, u"--style=fusion"_s, u"-reverse"_s, u"--status"_s});
         QCOMPARE(line.error, QString());
         QCOMPARE(line.command, Command::status);
     }

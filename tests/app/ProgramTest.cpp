@@ -64,11 +64,11 @@ private slots:
             = QJsonDocument::fromJson(contentsOf(m_home->filePath(u".claude/settings.json"_s)))
                   .object();
         QProcess bridge;
-        bridge.start(u"/bin/sh"_s,
-                     {u"-c"_s, settings["statusLine"_L1]["command"_L1].toString()});
+        bridge.start(u"/bin/sh"_s, {u"-c"_s, settings["statusLine"_L1]["command"_L1].toString()});
         const QByteArray reset = QByteArray::number(QDateTime::currentSecsSinceEpoch() + 3600);
         bridge.write(R"({"session_id": "a", "rate_limits": {"five_hour": {"used_percentage": 93,
-                         "resets_at": )" + reset + "}}}\n");
+                         "resets_at": )"
+                     + reset + "}}}\n");
         bridge.closeWriteChannel();
         QVERIFY(bridge.waitForFinished());
 
@@ -120,7 +120,8 @@ private slots:
     void quittingEndsTheChildren()
     {
         writeFile(m_home->filePath(u"bin/codex"_s),
-                  "#!/bin/sh\necho $$ >\"${0%/*}/group.new\"\nmv \"${0%/*}/group.new\" \"${0%/*}/group\"\n"
+                  "#!/bin/sh\necho $$ >\"${0%/*}/group.new\"\nmv \"${0%/*}/group.new\" "
+                  "\"${0%/*}/group\"\n"
                   "trap '' TERM INT\nsleep 60\n",
                   0700);
         QProcess program;
@@ -176,7 +177,8 @@ private:
     {
         writeFile(m_home->filePath(u"bin/codex"_s),
                   "#!/bin/sh\nread -r line && echo '{\"id\":1,\"result\":{}}'\n"
-                  "read -r line && read -r line\necho '" + answer + "'\ncat >/dev/null\n",
+                  "read -r line && read -r line\necho '"
+                      + answer + "'\ncat >/dev/null\n",
                   0700);
     }
 

@@ -108,7 +108,8 @@ private slots:
     {
         QTest::addColumn<QString>("script");
         QTest::newRow("obedient") << u"echo ready; exec sleep 60"_s;
-        QTest::newRow("ignores SIGTERM") << u"trap '' TERM; echo ready; while :; do sleep 60; done"_s;
+        QTest::newRow("ignores SIGTERM")
+            << u"trap '' TERM; echo ready; while :; do sleep 60; done"_s;
         QTest::newRow("stopped") << u"echo ready; kill -STOP $$"_s;
         QTest::newRow("wrapper whose child keeps the pipe")
             << u"(trap '' TERM; echo ready; sleep 60)& wait"_s;

@@ -38,8 +38,9 @@ private slots:
         QCOMPARE(again.real(u"height"_s), 512.25);
         QCOMPARE(again.text(u"usageTabName"_s), u"Überblick 🐙"_s);
         QCOMPARE(again.texts(u"todayOrder"_s), QStringList({u"codex"_s, u"calendar"_s}));
-        QCOMPARE(again.keys(), QStringList({u"big"_s, u"height"_s, u"todayOrder"_s,
-                                            u"usageTabName"_s, u"welcomeDone"_s}));
+        QCOMPARE(again.keys(),
+                 QStringList({u"big"_s, u"height"_s, u"todayOrder"_s, u"usageTabName"_s,
+                              u"welcomeDone"_s}));
         QCOMPARE(permissionsOf(m_file), 0600);
         QCOMPARE(permissionsOf(QFileInfo(m_file).path()), 0700);
         QVERIFY(contentsOf(m_file).contains("\"height\": 512.25"));

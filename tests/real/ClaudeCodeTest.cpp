@@ -18,7 +18,8 @@ namespace {
 
 constexpr int skipExitCode = 77;
 constexpr int patience = 90'000; // ms; for a start on a slow machine
-const QString program = QStringLiteral(VEXLO_OUTSIDE_PROGRAMS "/claude-code/node_modules/.bin/claude");
+const QString program
+    = QStringLiteral(VEXLO_OUTSIDE_PROGRAMS "/claude-code/node_modules/.bin/claude");
 
 QByteArray json(const QJsonObject& object)
 {
@@ -63,7 +64,9 @@ private slots:
         const qint64 reset = QDateTime::currentSecsSinceEpoch() + 3600;
         LoopbackService service;
         service.onRequest = [reset](const QByteArray& request) {
-            return request.startsWith("POST /v1/messages") ? answer(reset) : LoopbackService::Reply{"404 Not Found", "{}"};
+            return request.startsWith("POST /v1/messages")
+                ? answer(reset)
+                : LoopbackService::Reply{"404 Not Found", "{}"};
         };
         logIn(home);
         ClaudeSetup setup({
@@ -77,8 +80,8 @@ private slots:
         terminal.setProcessEnvironment(environment(home, service.address()));
         terminal.setWorkingDirectory(home + "/project"_L1);
         terminal.setProcessChannelMode(QProcess::MergedChannels);
-        terminal.start(u"script"_s, {u"-qfc"_s, "stty rows 40 cols 120; exec \"$CLAUDE\""_L1,
-                                     u"/dev/null"_s});
+        terminal.start(u"script"_s,
+                       {u"-qfc"_s, "stty rows 40 cols 120; exec \"$CLAUDE\""_L1, u"/dev/null"_s});
         QByteArray screen;
         const auto shows = [&](const QByteArray& text) {
             screen += terminal.readAll();
@@ -113,12 +116,12 @@ private:
         return {
             .body = streamedAnswer(),
             .contentType = "text/event-stream",
-            .headers = prefix + "status: allowed\r\n" + prefix + "5h-utilization: 0.235\r\n" + prefix
-                + "5h-status: allowed\r\n" + prefix + "5h-reset: " + QByteArray::number(reset)
-                + "\r\n" + prefix + "7d-utilization: 0.41\r\n" + prefix + "7d-status: allowed\r\n"
-                + prefix + "7d-reset: " + weekReset + "\r\n" + prefix
-                + "representative-claim: five_hour\r\n" + prefix
-                + "reset: " + QByteArray::number(reset) + "\r\n",
+            .headers = prefix + "status: allowed\r\n" + prefix + "5h-utilization: 0.235\r\n"
+                + prefix + "5h-status: allowed\r\n" + prefix
+                + "5h-reset: " + QByteArray::number(reset) + "\r\n" + prefix
+                + "7d-utilization: 0.41\r\n" + prefix + "7d-status: allowed\r\n" + prefix
+                + "7d-reset: " + weekReset + "\r\n" + prefix + "representative-claim: five_hour\r\n"
+                + prefix + "reset: " + QByteArray::number(reset) + "\r\n",
         };
     }
 
@@ -128,13 +131,14 @@ private:
         QVERIFY(QDir(home).mkpath(u".claude"_s));
         QVERIFY(QDir(home).mkpath(u"project"_s));
         const qint64 later = QDateTime::currentMSecsSinceEpoch() + 86'400'000;
-        writeFile(home + "/.claude/.credentials.json"_L1,
-                  json({{"claudeAiOauth"_L1,
-                         QJsonObject{{"accessToken"_L1, "sk-ant-oat01-made-up"_L1},
-                                     {"refreshToken"_L1, "sk-ant-ort01-made-up"_L1},
-                                     {"expiresAt"_L1, later},
-                                     {"scopes"_L1, QJsonArray{"user:inference"_L1, "user:profile"_L1}},
-                                     {"subscriptionType"_L1, "pro"_L1}}}}));
+        writeFile(
+            home + "/.claude/.credentials.json"_L1,
+            json({{"claudeAiOauth"_L1,
+                   QJsonObject{{"accessToken"_L1, "sk-ant-oat01-made-up"_L1},
+                               {"refreshToken"_L1, "sk-ant-ort01-made-up"_L1},
+                               {"expiresAt"_L1, later},
+                               {"scopes"_L1, QJsonArray{"user:inference"_L1, "user:profile"_L1}},
+                               {"subscriptionType"_L1, "pro"_L1}}}}));
         const QJsonObject trusted{{"hasTrustDialogAccepted"_L1, true}};
         writeFile(home + "/.claude.json"_L1,
                   json({{"hasCompletedOnboarding"_L1, true},

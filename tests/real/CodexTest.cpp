@@ -25,8 +25,7 @@ const QByteArray address = "ada@example.test";
 /// The folder of the native program that the downloaded script starts; empty when it is not there.
 QString nativeFolder()
 {
-    const QStringList packages
-        = QDir(outside + u"@openai"_s).entryList({u"codex-*"_s}, QDir::Dirs);
+    const QStringList packages = QDir(outside + u"@openai"_s).entryList({u"codex-*"_s}, QDir::Dirs);
     for (const QString& package : packages) {
         const QString vendor = outside + "@openai/"_L1 + package + "/vendor"_L1;
         const QStringList targets = QDir(vendor).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
@@ -57,9 +56,10 @@ QString loginToken()
         {"iat"_L1, now},
         {"exp"_L1, now + 5 * 86400},
         {"email"_L1, QString::fromUtf8(address)},
-        {"https://api.openai.com/auth"_L1, QJsonObject{{"chatgpt_plan_type"_L1, "plus"_L1},
-                                                       {"chatgpt_user_id"_L1, "user-1"_L1},
-                                                       {"chatgpt_account_id"_L1, "acct-1"_L1}}},
+        {"https://api.openai.com/auth"_L1,
+         QJsonObject{{"chatgpt_plan_type"_L1, "plus"_L1},
+                     {"chatgpt_user_id"_L1, "user-1"_L1},
+                     {"chatgpt_account_id"_L1, "acct-1"_L1}}},
     };
     return QString::fromUtf8(base64(header) + '.' + base64(payload) + ".c2lnbmVk");
 }
@@ -99,9 +99,11 @@ private slots:
         logIn();
         const qint64 reset = QDateTime::currentSecsSinceEpoch() + 3600;
         m_usage = "{\"email\": \"" + address
-            + "\", " R"("user_id": "user-1", "account_id": "acct-1", "plan_type": "plus", "rate_limit": {"allowed": true, "limit_reached": false,
+            + "\", "
+              R"("user_id": "user-1", "account_id": "acct-1", "plan_type": "plus", "rate_limit": {"allowed": true, "limit_reached": false,
                "primary_window": {"used_percent": 42, "limit_window_seconds": 18000,
-                                  "reset_after_seconds": 3600, "reset_at": )" + QByteArray::number(reset)
+                                  "reset_after_seconds": 3600, "reset_at": )"
+            + QByteArray::number(reset)
             + R"(}, "secondary_window": {"used_percent": 13, "limit_window_seconds": 604800,
                                   "reset_after_seconds": 400000, "reset_at": )"
             + QByteArray::number(reset + 400'000) + R"(}}, "additional_rate_limits": null,
@@ -165,7 +167,8 @@ private:
     std::optional<LoopbackService::Reply> answer(const QByteArray& request)
     {
         if (!request.startsWith("GET /backend-api/wham/usage "))
-            return LoopbackService::Reply{.status = "404 Not Found", .body = R"({"detail":"none"})"};
+            return LoopbackService::Reply{.status = "404 Not Found",
+                                          .body = R"({"detail":"none"})"};
         m_wasAsked = true;
         if (m_usage.isEmpty())
             return std::nullopt;
@@ -185,17 +188,18 @@ private:
         const QJsonObject login{
             {"auth_mode"_L1, "chatgpt"_L1},
             {"OPENAI_API_KEY"_L1, QJsonValue()},
-            {"tokens"_L1, QJsonObject{{"id_token"_L1, token},
-                                      {"access_token"_L1, token},
-                                      {"refresh_token"_L1, "made-up"_L1},
-                                      {"account_id"_L1, "acct-1"_L1}}},
+            {"tokens"_L1,
+             QJsonObject{{"id_token"_L1, token},
+                         {"access_token"_L1, token},
+                         {"refresh_token"_L1, "made-up"_L1},
+                         {"account_id"_L1, "acct-1"_L1}}},
             {"last_refresh"_L1, QDateTime::currentDateTimeUtc().toString(Qt::ISODate)},
         };
         writeFile(m_home->filePath(u"auth.json"_s), QJsonDocument(login).toJson());
     }
 
-    /// Reads in another thread, so that the backend can answer in this one. Nothing that was started
-    /// may be left afterwards.
+    /// Reads in another thread, so that the backend can answer in this one. Nothing that was
+    /// started may be left afterwards.
     QByteArray read(std::chrono::milliseconds timeout)
     {
         auto reading = std::async(std::launch::async,
@@ -216,7 +220,8 @@ private:
             const QString folder = "/proc/"_L1 + entry;
             if (entry != QString::number(QCoreApplication::applicationPid())
                 && contentsOf(folder + u"/environ"_s).split('\0').contains(mark))
-                return QString::fromLocal8Bit(contentsOf(folder + u"/cmdline"_s)).replace(u'\0', u' ');
+                return QString::fromLocal8Bit(contentsOf(folder + u"/cmdline"_s))
+                    .replace(u'\0', u' ');
         }
         return {};
     }

@@ -5,8 +5,8 @@
 
 #include <sys/types.h>
 
-/// Whether a process of `group` is running. One that has ended and waits for init to take note of it
-/// is not.
+/// Whether a process of `group` is running. One that has ended and waits for init to take note of
+/// it is not.
 inline bool groupIsAlive(pid_t group)
 {
     const QStringList entries = QDir(QStringLiteral("/proc")).entryList(QDir::Dirs);

@@ -30,7 +30,7 @@ inline QByteArray contentsOf(const QString& path)
 /// The permission bits of `path`, -1 when it is not there.
 inline int permissionsOf(const QString& path)
 {
-    struct stat status {};
+    struct stat status { };
     return ::stat(QFile::encodeName(path).constData(), &status) == 0 ? int(status.st_mode & 07777)
                                                                      : -1;
 }

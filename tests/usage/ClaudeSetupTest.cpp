@@ -19,8 +19,7 @@ const QString connectedText
     = u"Connected. Claude Code will supply usage on its next status line update."_s;
 
 /// What `step` says, or the text of its failure behind "failed: ".
-template<typename Step>
-QString outcome(Step step)
+template<typename Step> QString outcome(Step step)
 {
     try {
         return step();
@@ -64,7 +63,8 @@ private slots:
 
     void statusLineOfTheUserIsKeptAndComesBack()
     {
-        const QByteArray own = R"({"command": "~/line.sh --color", "padding": 2, "type": "command"})";
+        const QByteArray own
+            = R"({"command": "~/line.sh --color", "padding": 2, "type": "command"})";
         writeFile(m_settings, R"({"statusLine": )" + own + R"(, "model": "x"})", 0644);
         QCOMPARE(connect(), connectedText);
         const QJsonObject line = object(m_settings).value("statusLine"_L1).toObject();
@@ -99,8 +99,9 @@ private slots:
         for (const char* file : {"previous-statusline.json", "claude_bridge.py",
                                  "vexlo-claude-bridge", "claude-usage.json", "notes.json"})
             writeFile(m_support + u'/' + QLatin1StringView(file), "x");
-        QCOMPARE(disconnect(), u"Disconnected. Your Claude status line was not Vexlo's, so it was "
-                               "left unchanged."_s);
+        QCOMPARE(disconnect(),
+                 u"Disconnected. Your Claude status line was not Vexlo's, so it was "
+                 "left unchanged."_s);
         QCOMPARE(contentsOf(m_settings), other);
         QCOMPARE(backups().size(), 0);
         QCOMPARE(QDir(m_support).entryList(QDir::Files), {u"notes.json"_s});
@@ -135,8 +136,7 @@ private slots:
     {
         QFETCH(QByteArray, settings);
         writeFile(m_settings, settings);
-        const QString failure
-            = "failed: Claude settings are not a JSON object: "_L1 + m_settings;
+        const QString failure = "failed: Claude settings are not a JSON object: "_L1 + m_settings;
         QCOMPARE(connect(), failure);
         QCOMPARE(disconnect(), failure);
         QVERIFY(!m_setup->isConnected());
@@ -173,7 +173,8 @@ private slots:
         QCOMPARE(contentsOf(m_settings), R"({"model": "x"})");
 
         QVERIFY(QFile::remove(m_bundled));
-        QCOMPARE(connect(), u"failed: The Claude bridge is missing from Vexlo.app. Reinstall Vexlo."_s);
+        QCOMPARE(connect(),
+                 u"failed: The Claude bridge is missing from Vexlo.app. Reinstall Vexlo."_s);
         QCOMPARE(contentsOf(m_settings), R"({"model": "x"})");
     }
 
@@ -217,8 +218,9 @@ private slots:
         QVERIFY(QDir().mkpath(m_support));
         const QByteArray own = R"({"type": "command", "command": "mine"})";
         writeFile(m_support + u"/previous-statusline.json"_s, own);
-        writeFile(m_settings, R"({"statusLine": {"type": "command", "command": )"
-                      "\"python3 "
+        writeFile(m_settings,
+                  R"({"statusLine": {"type": "command", "command": )"
+                  "\"python3 "
                       + m_support.toUtf8() + "/claude_bridge.py\"}}");
         QVERIFY(m_setup->isConnected());
         m_setup->refreshIfConnected();

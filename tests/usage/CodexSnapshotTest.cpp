@@ -29,7 +29,8 @@ QByteArray compact(const QByteArray& json)
 
 QByteArray limitsReply()
 {
-    return R"({"id":2,"result":{"ordinaryUsageAllowed":true,"rateLimits":)" + compact(limits) + "}}";
+    return R"({"id":2,"result":{"ordinaryUsageAllowed":true,"rateLimits":)" + compact(limits)
+        + "}}";
 }
 
 /// A server that greets, waits for our request and then runs `answer`, a piece of shell.
@@ -38,7 +39,8 @@ QByteArray serverThat(const QByteArray& answer)
     return R"(#!/bin/sh
 read -r line && echo '{"id":1,"result":{"userAgent":"x"}}'
 read -r line && read -r line
-)" + answer + '\n';
+)" + answer
+        + '\n';
 }
 
 QByteArray serverThatSays(const QByteArray& line)
@@ -88,7 +90,9 @@ private slots:
         writeFile(m_folder->filePath(u"plain/codex"_s), "", 0600);
         const QString first = m_folder->filePath(u"bin/codex"_s);
         writeFile(first, "#!/bin/sh\n", 0700);
-        qputenv("PATH", QFile::encodeName("::/nonexistent:%1/folder:%1/plain:%1/bin"_L1.arg(m_folder->path())));
+        qputenv(
+            "PATH",
+            QFile::encodeName("::/nonexistent:%1/folder:%1/plain:%1/bin"_L1.arg(m_folder->path())));
         QCOMPARE(CodexSnapshot::codexBinary(), first);
         QVERIFY(QFile::remove(first));
         QCOMPARE(CodexSnapshot::codexBinary(), later);
@@ -111,7 +115,8 @@ read -r line; echo "$line" >&3
 echo '{"id":1,"result":{}}'
 read -r line; echo "$line" >&3
 read -r line; echo "$line" >&3
-echo ')" + limitsReply() + "'\ncat >&3\n");
+echo ')" + limitsReply()
+                + "'\ncat >&3\n");
         const QByteArray data = CodexSnapshot::read(ample, m_support);
         const QJsonObject snapshot = object(data);
         QCOMPARE(snapshot.keys(), QStringList({u"allowed"_s, u"observed_at"_s, u"windows"_s}));
@@ -134,8 +139,9 @@ echo ')" + limitsReply() + "'\ncat >&3\n");
         QCOMPARE(QString::fromUtf8(contentsOf(bin + u"/path"_s)),
                  "%1:/opt/homebrew/bin:/usr/local/bin:%2/.local/bin:%1:/usr/bin:/bin\n"_L1.arg(
                      bin, m_home.path()));
-        QCOMPARE(contentsOf(bin + u"/lines"_s),
-                 R"({"id":1,"method":"initialize","params":{"clientInfo":{"name":"Vexlo","version":"0"}}}
+        QCOMPARE(
+            contentsOf(bin + u"/lines"_s),
+            R"({"id":1,"method":"initialize","params":{"clientInfo":{"name":"Vexlo","version":"0"}}}
 {"method":"initialized","params":{}}
 {"id":2,"method":"account/rateLimits/read","params":{}}
 )");
@@ -191,13 +197,15 @@ echo ')" + limitsReply() + "'\ncat >&3\n");
             << R"({"rateLimits":{"primary":{"usedPercent":1}},"rateLimitsByLimitId":{"codex":{"primary":)"
                 + week + R"(,"secondary":null},"other":{}}})"
             << R"({"windows":{"primary":)" + week + "}}";
-        for (const QByteArray& none : {"null"_ba, "{}"_ba, R"({"other":{"primary":{}}})"_ba,
-                                       R"({"codex":null})"_ba}) {
+        for (const QByteArray& none :
+             {"null"_ba, "{}"_ba, R"({"other":{"primary":{}}})"_ba, R"({"codex":null})"_ba}) {
             QTest::addRow("by limit id: %s", none.constData())
-                << R"({"rateLimits":{"secondary":)" + week + R"(},"rateLimitsByLimitId":)" + none + "}"
+                << R"({"rateLimits":{"secondary":)" + week + R"(},"rateLimitsByLimitId":)" + none
+                    + "}"
                 << R"({"windows":{"secondary":)" + week + "}}";
         }
-        QTest::newRow("nothing") << "{}"_ba << R"({"windows":{}})"_ba;
+        QTest::newRow("nothing") << "{}"_ba
+                                 << R"({"windows":{}})"_ba;
         QTest::newRow("other types") << R"({"rateLimits":[1],"rateLimitsByLimitId":"x"})"_ba
                                      << R"({"windows":{}})"_ba;
         QTest::newRow("use not allowed") << R"({"ordinaryUsageAllowed":false})"_ba
@@ -258,7 +266,8 @@ echo ')" + limitsReply() + "'\ncat >&3\n");
         // Each tells its group's number first.
         const QByteArray start = "#!/bin/sh\necho $$ >\"${0%/*}/group\"\n";
         QTest::newRow("silent") << start + "exec sleep 60\n";
-        QTest::newRow("ignores SIGTERM") << start + "trap '' TERM HUP\nwhile :; do sleep 60; done\n";
+        QTest::newRow("ignores SIGTERM")
+            << start + "trap '' TERM HUP\nwhile :; do sleep 60; done\n";
         QTest::newRow("floods") << start + "yes '{\"id\":3}'\n";
         QTest::newRow("floods without an end of line") << start + "cat /dev/zero\n";
         QTest::newRow("script whose child keeps the pipe")
@@ -300,7 +309,8 @@ echo ')" + limitsReply() + "'\ncat >&3\n");
         QTest::addColumn<QString>("message");
         const QString login = u"Please log in to Codex: run codex login"_s;
         const QString other = u"Can't read Codex. Please log in: run codex login"_s;
-        QTest::newRow("no program") << u"Codex CLI not found"_s << u"Install Codex to see its limits"_s;
+        QTest::newRow("no program")
+            << u"Codex CLI not found"_s << u"Install Codex to see its limits"_s;
         QTest::newRow("not found alone") << u"404 Not Found"_s << other;
         QTest::newRow("401") << u"failed: 401"_s << login;
         QTest::newRow("capitals") << u"AUTHENTICATION required"_s << login;

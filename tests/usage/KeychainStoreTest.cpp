@@ -24,8 +24,8 @@ private slots:
 
         // At the address that the outside world knows it by.
         QProcess tool;
-        tool.start(u"secret-tool"_s, {u"lookup"_s, u"service"_s, u"vexlo.openrouter"_s,
-                                      u"account"_s, u"vexlo"_s});
+        tool.start(u"secret-tool"_s,
+                   {u"lookup"_s, u"service"_s, u"vexlo.openrouter"_s, u"account"_s, u"vexlo"_s});
         QVERIFY(tool.waitForFinished());
         QCOMPARE(QString::fromUtf8(tool.readAllStandardOutput()).trimmed(), u"sk-ö-1"_s);
 

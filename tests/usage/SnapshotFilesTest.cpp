@@ -55,8 +55,8 @@ private slots:
         QTest::newRow("cut short") << R"({"rate_limits": {"five_hour": {)"_ba << connectText;
         QTest::newRow("list") << "[]"_ba << connectText;
         QTest::newRow("nested deep") << QByteArray(1'000'000, '[') << connectText;
-        QTest::newRow("not a number") << R"({"rate_limits": {"five_hour": {"used_percentage": NaN}}})"_ba
-                                      << connectText;
+        QTest::newRow("not a number")
+            << R"({"rate_limits": {"five_hour": {"used_percentage": NaN}}})"_ba << connectText;
         QTest::newRow("no limits") << R"({"rate_limits": {}})"_ba << waitingText;
         QTest::newRow("null") << R"({"rate_limits": null})"_ba << waitingText;
         QTest::newRow("limits of other types")
@@ -111,7 +111,8 @@ private slots:
     void percentagesStayWithinBounds()
     {
         QFETCH(QByteArray, used);
-        const QByteArray data = R"({"windows": [{"name": "Monthly", "used_percent": )" + used + "}]}";
+        const QByteArray data
+            = R"({"windows": [{"name": "Monthly", "used_percent": )" + used + "}]}";
         QTEST(snapshotUsage(u"zai"_s, u"Z.ai"_s, data).windows.value(0).remaining, "remaining");
     }
 
@@ -159,8 +160,9 @@ private slots:
     void codexLabelGoesByDuration()
     {
         QFETCH(QByteArray, duration);
-        const QByteArray data = R"({"windows": {"primary": {"usedPercent": 1, "windowDurationMins": )"
-            + duration + "}}}";
+        const QByteArray data
+            = R"({"windows": {"primary": {"usedPercent": 1, "windowDurationMins": )" + duration
+            + "}}}";
         QTEST(codexUsage(data, now).windows.value(0).name, "label");
     }
 
@@ -174,11 +176,11 @@ private slots:
         QCOMPARE(codexUsage(R"({"windows": {"primary": null, "secondary": []}})", now).error,
                  noCodexText);
         // A second younger, and the same figures are fresh.
-        QCOMPARE(codexUsage(
-                     R"({"observed_at": 1795376719, "windows": {"primary": {"usedPercent": 42}}})",
-                     now)
-                     .error,
-                 std::nullopt);
+        QCOMPARE(
+            codexUsage(
+                R"({"observed_at": 1795376719, "windows": {"primary": {"usedPercent": 42}}})", now)
+                .error,
+            std::nullopt);
     }
 
     void codexErrorsHideTheLimits_data()
@@ -188,8 +190,9 @@ private slots:
         QTest::newRow("no JSON") << "{"_ba << unreadableCodexText;
         QTest::newRow("list") << "[]"_ba << unreadableCodexText;
         QTest::newRow("no text") << R"({"error": 401})"_ba << unreadableCodexText;
-        QTest::newRow("login") << R"({"error": "Not logged in", "windows": {"primary": {"usedPercent": 1}}})"_ba
-                               << u"Please log in to Codex: run codex login"_s;
+        QTest::newRow("login")
+            << R"({"error": "Not logged in", "windows": {"primary": {"usedPercent": 1}}})"_ba
+            << u"Please log in to Codex: run codex login"_s;
     }
 
     void codexErrorsHideTheLimits()
@@ -215,8 +218,8 @@ private slots:
         QTest::newRow("windows of another shape")
             << R"({"windows": {"name": "x", "used_percent": 1}})"_ba << 0
             << u"No Z.ai limits reported"_s;
-        QTest::newRow("a key twice") << R"({"windows": [], "windows": []})"_ba << 0
-                                     << u"No Z.ai limits reported"_s;
+        QTest::newRow("a key twice")
+            << R"({"windows": [], "windows": []})"_ba << 0 << u"No Z.ai limits reported"_s;
         QTest::newRow("no object") << "null"_ba << 0 << u"Could not read Z.ai usage"_s;
         QTest::newRow("empty") << ""_ba << 0 << u"Could not read Z.ai usage"_s;
     }
@@ -245,8 +248,9 @@ private slots:
             {u"Weekly"_s, 0.5, {}, {}},
         };
         QCOMPARE(usage.windows, expected);
-        QCOMPARE(savedSnapshotUsage(m_folder->path(), *ProviderRegistry::definition(u"grok"_s)).error,
-                 u"No usage source available yet"_s);
+        QCOMPARE(
+            savedSnapshotUsage(m_folder->path(), *ProviderRegistry::definition(u"grok"_s)).error,
+            u"No usage source available yet"_s);
     }
 
 private:

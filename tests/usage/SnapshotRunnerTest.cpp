@@ -40,15 +40,13 @@ sys.exit(3)
     void runsThatGoWrongGiveNothingAndLeaveNothing_data()
     {
         QTest::addColumn<QByteArray>("script");
-        const QByteArray start
-            = "import os, signal, sys, time\n"
-              "open(sys.argv[0] + '.group', 'w').write(str(os.getpid()))\n"
-              "signal.signal(signal.SIGTERM, signal.SIG_IGN)\n";
+        const QByteArray start = "import os, signal, sys, time\n"
+                                 "open(sys.argv[0] + '.group', 'w').write(str(os.getpid()))\n"
+                                 "signal.signal(signal.SIGTERM, signal.SIG_IGN)\n";
         QTest::newRow("hangs") << start + "time.sleep(60)\n";
         QTest::newRow("prints without end")
             << start + "while True: sys.stdout.write('x' * 65536)\n";
-        QTest::newRow("child keeps the pipe")
-            << start + "if os.fork() == 0: time.sleep(60)\n";
+        QTest::newRow("child keeps the pipe") << start + "if os.fork() == 0: time.sleep(60)\n";
     }
 
     void runsThatGoWrongGiveNothingAndLeaveNothing()
@@ -57,7 +55,8 @@ sys.exit(3)
         install(script);
         pid_t group = 0;
         // The group's number must be told before time is up, on however slow a machine.
-        for (m_runner.timeout = 300ms; group == 0 && m_runner.timeout < 60s; m_runner.timeout *= 4) {
+        for (m_runner.timeout = 300ms; group == 0 && m_runner.timeout < 60s;
+             m_runner.timeout *= 4) {
             QCOMPARE(m_runner.run(u"zai"_s, u"key"_s), std::nullopt);
             group = contentsOf(m_runner.script + u".group"_s).toInt();
         }

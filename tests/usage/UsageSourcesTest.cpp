@@ -53,7 +53,8 @@ private slots:
         QCOMPARE(codexReadUsage(*m_registry, R"({"error": "offline"})", now).error,
                  CodexSnapshot::message(QString()));
         QVERIFY(!QFileInfo::exists(m_codexFile));
-        const ServiceUsage usage = codexReadUsage(*m_registry, R"({"error": "Not logged in"})", now);
+        const ServiceUsage usage
+            = codexReadUsage(*m_registry, R"({"error": "Not logged in"})", now);
         QCOMPARE(usage.error, CodexSnapshot::loginMessage());
         QCOMPARE(contentsOf(m_codexFile), R"({"windows":{}})");
         QCOMPARE(permissionsOf(m_codexFile), 0600);

@@ -19,8 +19,8 @@ private slots:
     void initTestCase()
     {
         // The program is never without it.
-        QVERIFY(m_english.load(
-            QStringLiteral(VEXLO_BUILD_TREE "/resources/translations/vexlo_en.qm")));
+        QVERIFY(
+            m_english.load(QStringLiteral(VEXLO_BUILD_TREE "/resources/translations/vexlo_en.qm")));
         QVERIFY(QCoreApplication::installTranslator(&m_english));
     }
 
