@@ -119,10 +119,10 @@ void compareStarts()
     const std::array<SupportFolder, 3> folders;
     const std::string sources = VEXLO_BENCH_SOURCE;
     std::vector<Candidate> candidates{
-        { "`/bin/true`", { "/bin/true" } },
-        { "bridge", { folders[0].bridge() } },
-        { "shell and jq", { "/bin/sh", sources + "/peer.sh", folders[1].path() } },
-        { "Python 3", { "/usr/bin/python3", sources + "/peer.py", folders[2].path() } },
+        {"`/bin/true`", {"/bin/true"}},
+        {"bridge", {folders[0].bridge()}},
+        {"shell and jq", {"/bin/sh", sources + "/peer.sh", folders[1].path()}},
+        {"Python 3", {"/usr/bin/python3", sources + "/peer.py", folders[2].path()}},
     };
     for (const Candidate& candidate : candidates) {
         for (int other = 0; other < otherSessions; ++other)
@@ -149,7 +149,7 @@ void worstCase(const char* name, const std::string& bridge, const std::function<
 {
     Milliseconds longest{};
     for (int run = 0; run < worstCaseRuns; ++run)
-        longest = std::max(longest, timed({ bridge }, input()));
+        longest = std::max(longest, timed({bridge}, input()));
     std::printf("| %s | %.1f |\n", name, longest.count());
 }
 

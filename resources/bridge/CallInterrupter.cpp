@@ -7,8 +7,8 @@ constexpr std::chrono::nanoseconds repeatInterval = std::chrono::milliseconds(20
 timespec timeSpec(std::chrono::nanoseconds time)
 {
     const auto seconds = std::chrono::floor<std::chrono::seconds>(time);
-    return { .tv_sec = static_cast<time_t>(seconds.count()),
-             .tv_nsec = static_cast<long>((time - seconds).count()) };
+    return {.tv_sec = static_cast<time_t>(seconds.count()),
+            .tv_nsec = static_cast<long>((time - seconds).count())};
 }
 
 } // namespace
@@ -30,8 +30,8 @@ CallInterrupter::CallInterrupter(std::chrono::steady_clock::time_point from)
     sigaddset(&unblocked, signal);
     sigprocmask(SIG_UNBLOCK, &unblocked, &m_maskBefore);
 
-    const itimerspec times = { .it_interval = timeSpec(repeatInterval),
-                               .it_value = timeSpec(from.time_since_epoch()) };
+    const itimerspec times
+        = {.it_interval = timeSpec(repeatInterval), .it_value = timeSpec(from.time_since_epoch())};
     m_isArmed = timer_settime(m_timer, TIMER_ABSTIME, &times, nullptr) == 0;
     if (!m_isArmed)
         timer_delete(m_timer);

@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr auto programNames = { InstalledName::bridge, InstalledName::olderBridge };
+constexpr auto programNames = {InstalledName::bridge, InstalledName::olderBridge};
 
 /// `text` without what a shell quotes with.
 std::string unquoted(std::string_view text)

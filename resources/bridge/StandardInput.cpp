@@ -14,7 +14,7 @@ constexpr std::size_t chunkSize = 64 * 1024; // bytes; what a pipe holds
 bool isReadable(int descriptor, std::chrono::steady_clock::time_point deadline)
 {
     using namespace std::chrono;
-    pollfd waiting = { .fd = descriptor, .events = POLLIN, .revents = 0 };
+    pollfd waiting = {.fd = descriptor, .events = POLLIN, .revents = 0};
     for (;;) {
         const auto left = ceil<milliseconds>(deadline - steady_clock::now());
         if (left.count() <= 0)

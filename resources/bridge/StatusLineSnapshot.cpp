@@ -32,8 +32,7 @@ constexpr double sessionRenewalSeconds = 3600;
 constexpr double sameResetSeconds = 60;
 
 constexpr std::array<std::pair<const char*, const char*>, 2> shownWindows{
-    { { "five_hour", "5h" }, { "seven_day", "week" } }
-};
+    {{"five_hour", "5h"}, {"seven_day", "week"}}};
 
 struct TooDeep { };
 

@@ -27,7 +27,7 @@ public:
     {
         sigset_t ending;
         sigemptyset(&ending);
-        for (const int signal : { SIGTERM, SIGINT, SIGHUP })
+        for (const int signal : {SIGTERM, SIGINT, SIGHUP})
             sigaddset(&ending, signal);
         sigprocmask(SIG_BLOCK, &ending, &m_before);
     }

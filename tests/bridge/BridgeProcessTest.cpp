@@ -73,7 +73,7 @@ public:
 
     void setPrevious(const QString& command) const
     {
-        const Json saved{ { "type", "command" }, { "command", command.toStdString() } };
+        const Json saved{{"type", "command"}, {"command", command.toStdString()}};
         write(QByteArray::fromStdString(saved.dump()), u"previous-statusline.json"_s);
     }
 
@@ -115,8 +115,8 @@ public:
     static Result result(QProcess& process)
     {
         const bool isFinished = process.waitForFinished(60'000);
-        return { isFinished && process.exitStatus() == QProcess::NormalExit, process.exitCode(),
-                 process.readAllStandardOutput() };
+        return {isFinished && process.exitStatus() == QProcess::NormalExit, process.exitCode(),
+                process.readAllStandardOutput()};
     }
 
 private:
@@ -151,7 +151,7 @@ private:
 /// `strace` that does `what` to the system calls `calls`.
 QStringList tampering(const QString& calls, const QString& what)
 {
-    return { u"strace"_s, u"-o"_s, u"/dev/null"_s, u"-e"_s, u"inject="_s + calls + u':' + what };
+    return {u"strace"_s, u"-o"_s, u"/dev/null"_s, u"-e"_s, u"inject="_s + calls + u':' + what};
 }
 
 /// A bridge that waits for its input, and writes to the descriptor `output`.
@@ -165,7 +165,7 @@ struct WaitingBridge {
         posix_spawn_file_actions_adddup2(&actions, ends[0], STDIN_FILENO);
         posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
         QByteArray path = QFile::encodeName(program);
-        std::array<char*, 2> arguments{ path.data(), nullptr };
+        std::array<char*, 2> arguments{path.data(), nullptr};
         QCOMPARE(posix_spawn(&id, path.data(), &actions, nullptr, arguments.data(), environ), 0);
         posix_spawn_file_actions_destroy(&actions);
         close(ends[0]);
@@ -203,7 +203,7 @@ private slots:
             = QFile::ReadOwner | QFile::WriteOwner | QFile::ReadUser | QFile::WriteUser;
         QCOMPARE(QFile::permissions(installed.path() + u"/claude-usage.json"_s) | owner, owner);
         QCOMPARE(installed.files(),
-                 QStringList({ u"claude-usage.json"_s, u"vexlo-claude-bridge"_s }));
+                 QStringList({u"claude-usage.json"_s, u"vexlo-claude-bridge"_s}));
     }
 
     void nobodyReadsTheLine()
@@ -249,7 +249,7 @@ private slots:
         QFETCH(QString, shell);
         const Installation installed;
         installed.write(stored);
-        const QStringList command{ u"/bin/sh"_s, u"-c"_s, shell };
+        const QStringList command{u"/bin/sh"_s, u"-c"_s, shell};
         const Result result = installed.run(bytes, shell.isEmpty() ? QStringList() : command);
         QVERIFY(result.isFinished);
         QCOMPARE(result.status, 0);
@@ -275,7 +275,7 @@ private slots:
         QFETCH(bool, isReplaced);
         const Installation installed;
         const QString command = u"cd \"$0\" && "_s + preparation;
-        QCOMPARE(QProcess::execute(u"/bin/sh"_s, { u"-c"_s, command, installed.path() }), 0);
+        QCOMPARE(QProcess::execute(u"/bin/sh"_s, {u"-c"_s, command, installed.path()}), 0);
         QCOMPARE(installed.run(input()).output, mergedLine);
         QCOMPARE(installed.used(), isReplaced ? 25 : -1);
         QVERIFY(!installed.files().contains(u".claude-usage.tmp"_s));
@@ -298,11 +298,11 @@ private slots:
         const Installation installed;
         installed.setPrevious(command);
         // Signals ignored and blocked from outside have to come through as well.
-        const QStringList wrapper{ u"env"_s, u"--ignore-signal=PIPE,RTMIN"_s,
-                                   u"--block-signal=ALRM,RTMIN"_s };
+        const QStringList wrapper{u"env"_s, u"--ignore-signal=PIPE,RTMIN"_s,
+                                  u"--block-signal=ALRM,RTMIN"_s};
         const QByteArray bytes = input() + QByteArray(200'000, ' ');
         QProcess alone;
-        Installation::start(alone, wrapper + QStringList{ u"/bin/sh"_s, u"-c"_s, command });
+        Installation::start(alone, wrapper + QStringList{u"/bin/sh"_s, u"-c"_s, command});
         alone.write(bytes);
         alone.closeWriteChannel();
         const Result expected = Installation::result(alone);
@@ -326,7 +326,7 @@ private slots:
         const Installation installed;
         installed.setPrevious(u"echo $$; wc -c"_s);
         QProcess process;
-        Installation::start(process, { installed.bridge() });
+        Installation::start(process, {installed.bridge()});
         const QByteArray id = QByteArray::number(process.processId());
         process.closeWriteChannel();
         QCOMPARE(Installation::result(process).output, id + "\n0\n");
@@ -349,7 +349,7 @@ private slots:
         QFETCH(QString, preparation);
         const Installation installed;
         const QString command = u"P=previous-statusline.json; cd \"$0\" && "_s + preparation;
-        QCOMPARE(QProcess::execute(u"/bin/sh"_s, { u"-c"_s, command, installed.path() }), 0);
+        QCOMPARE(QProcess::execute(u"/bin/sh"_s, {u"-c"_s, command, installed.path()}), 0);
         const Result result = installed.run(input());
         QVERIFY(result.isFinished);
         QCOMPARE(result.status, 0);
@@ -364,8 +364,8 @@ private slots:
         QTest::newRow("lost on close") << tampering(u"close"_s, u"error=EIO"_s);
         QTest::newRow("no lock") << tampering(u"flock"_s, u"error=ENOLCK"_s);
         // The superuser writes everywhere, so it has to be somebody else.
-        const QStringList nobody{ u"setpriv"_s, u"--reuid=65534"_s, u"--regid=65534"_s,
-                                  u"--clear-groups"_s };
+        const QStringList nobody{u"setpriv"_s, u"--reuid=65534"_s, u"--regid=65534"_s,
+                                 u"--clear-groups"_s};
         QTest::newRow("folder of another user") << (geteuid() == 0 ? nobody : QStringList());
     }
 
@@ -388,15 +388,15 @@ private slots:
         QCOMPARE(result.output, mergedLine);
         QCOMPARE(installed.read(), stored);
         QCOMPARE(installed.files(),
-                 QStringList({ u"claude-usage.json"_s, u"vexlo-claude-bridge"_s }));
+                 QStringList({u"claude-usage.json"_s, u"vexlo-claude-bridge"_s}));
     }
 
     void killedAnywhereTheFileIsOldOrNew()
     {
         int keptOld = 0;
         int gotNew = 0;
-        for (const QString& calls : { u"openat"_s, u"flock"_s, u"read"_s, u"/^unlink"_s, u"write"_s,
-                                      u"close"_s, u"/^rename"_s, u"rt_sigprocmask"_s }) {
+        for (const QString& calls : {u"openat"_s, u"flock"_s, u"read"_s, u"/^unlink"_s, u"write"_s,
+                                     u"close"_s, u"/^rename"_s, u"rt_sigprocmask"_s}) {
             const Installation installed;
             bool isKilled = true;
             for (int count = 1; isKilled; ++count) {
@@ -434,7 +434,7 @@ private slots:
         installed.write(stored);
         HeldLock lock(installed.path());
         QProcess process;
-        Installation::start(process, { installed.bridge() });
+        Installation::start(process, {installed.bridge()});
         process.write(input());
         process.closeWriteChannel();
         QTRY_VERIFY(HeldLock::isWaiting(process));
@@ -451,11 +451,11 @@ private slots:
     {
         const Installation installed;
         const HeldLock lock(installed.path());
-        const Result result = installed.run(input(), { u"env"_s, u"--block-signal=RTMIN"_s });
+        const Result result = installed.run(input(), {u"env"_s, u"--block-signal=RTMIN"_s});
         QVERIFY(result.isFinished);
         QCOMPARE(result.status, 0);
         QCOMPARE(result.output, mergedLine);
-        QCOMPARE(installed.files(), QStringList({ u"vexlo-claude-bridge"_s }));
+        QCOMPARE(installed.files(), QStringList({u"vexlo-claude-bridge"_s}));
         QCOMPARE(Installation().run({}).output, waitingLine);
     }
 
