@@ -128,7 +128,7 @@ public:
     [[nodiscard]] std::optional<FoundItems> search(const Attributes& attributes) const
     {
         const auto answer = call(rootPath, Interface::service, u"SearchItems"_s,
-                                 { QVariant::fromValue(attributes) }, "aoao"_L1);
+                                 {QVariant::fromValue(attributes)}, "aoao"_L1);
         if (!answer)
             return std::nullopt;
         return FoundItems{
@@ -143,7 +143,7 @@ public:
         if (items.isEmpty() || !openSession())
             return std::nullopt;
         const auto answer = call(rootPath, Interface::service, u"GetSecrets"_s,
-                                 { QVariant::fromValue(items), sessionPath() }, "a{o(oayays)}"_L1);
+                                 {QVariant::fromValue(items), sessionPath()}, "a{o(oayays)}"_L1);
         if (!answer)
             return std::nullopt;
         const auto secrets = qdbus_cast<QMap<QDBusObjectPath, Secret>>(answer->first());
@@ -159,8 +159,8 @@ public:
         if (!openSession())
             return std::nullopt;
         const QVariantMap properties{
-            { Property::itemLabel, label },
-            { Property::itemAttributes, QVariant::fromValue(attributes) },
+            {Property::itemLabel, label},
+            {Property::itemAttributes, QVariant::fromValue(attributes)},
         };
         const Secret secret{
             .session = QDBusObjectPath(m_session),
@@ -168,7 +168,7 @@ public:
             .contentType = u"text/plain"_s,
         };
         return created(call(collection, Interface::collection, u"CreateItem"_s,
-                            { properties, QVariant::fromValue(secret), true }, "oo"_L1));
+                            {properties, QVariant::fromValue(secret), true}, "oo"_L1));
     }
 
     bool remove(const Paths& items) const
@@ -185,7 +185,7 @@ public:
         if (objects.isEmpty())
             return true;
         const auto answer = call(rootPath, Interface::service, u"Unlock"_s,
-                                 { QVariant::fromValue(objects) }, "aoo"_L1);
+                                 {QVariant::fromValue(objects)}, "aoo"_L1);
         return answer && ask(path(answer->last()));
     }
 
@@ -193,19 +193,19 @@ public:
     std::optional<QString> openDefaultCollection() const
     {
         const auto answer
-            = call(rootPath, Interface::service, u"ReadAlias"_s, { u"default"_s }, "o"_L1);
+            = call(rootPath, Interface::service, u"ReadAlias"_s, {u"default"_s}, "o"_L1);
         if (!answer)
             return std::nullopt;
         const QString collection = path(answer->first());
         if (collection == noObject) {
             const QVariantMap properties{
-                { Property::collectionLabel,
-                  QCoreApplication::translate("SecretServiceStore", "Default keyring") },
+                {Property::collectionLabel,
+                 QCoreApplication::translate("SecretServiceStore", "Default keyring")},
             };
             return created(call(rootPath, Interface::service, u"CreateCollection"_s,
-                                { properties, u"default"_s }, "oo"_L1));
+                                {properties, u"default"_s}, "oo"_L1));
         }
-        if (!unlock({ QDBusObjectPath(collection) }))
+        if (!unlock({QDBusObjectPath(collection)}))
             return std::nullopt;
         return collection;
     }
@@ -244,7 +244,7 @@ private:
     {
         const auto answer
             = call(rootPath, Interface::service, u"OpenSession"_s,
-                   { u"plain"_s, QVariant::fromValue(QDBusVariant(QString())) }, "vo"_L1);
+                   {u"plain"_s, QVariant::fromValue(QDBusVariant(QString()))}, "vo"_L1);
         if (answer)
             m_session = path(answer->last());
         return answer.has_value();
@@ -280,7 +280,7 @@ private:
         QDBusConnection bus = m_bus;
         if (!bus.connect(busName, prompt, Interface::prompt, u"Completed"_s, &answer,
                          SLOT(completed(bool, QDBusVariant)))
-            || !call(prompt, Interface::prompt, u"Prompt"_s, { QString() }, ""_L1))
+            || !call(prompt, Interface::prompt, u"Prompt"_s, {QString()}, ""_L1))
             return std::nullopt;
         return answer.wait(m_promptLimit);
     }
@@ -293,7 +293,7 @@ private:
 
 Attributes address(const QString& service, const QString& account)
 {
-    return { { u"service"_s, service }, { u"account"_s, account } };
+    return {{u"service"_s, service}, {u"account"_s, account}};
 }
 
 } // namespace
@@ -340,13 +340,9 @@ bool SecretServiceStore::setSecret(const QString& service, const QString& accoun
 
 bool SecretServiceStore::removeSecret(const QString& service, const QString& account)
 {
-    const Attributes attributes = address(service, account);
     const Client client(m_bus, m_callLimit, m_promptLimit);
-    std::optional<FoundItems> found = client.search(attributes);
-    if (!found || !client.unlock(found->locked) || !client.remove(found->unlocked + found->locked))
-        return false;
-    found = client.search(attributes);
-    return found && found->unlocked.isEmpty() && found->locked.isEmpty();
+    const std::optional<FoundItems> found = client.search(address(service, account));
+    return found && client.unlock(found->locked) && client.remove(found->unlocked + found->locked);
 }
 
 #include "SecretServiceStore.moc"

@@ -2,6 +2,7 @@
 
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
+#include <QDBusReply>
 #include <QDir>
 #include <QProcess>
 #include <QProcessEnvironment>
@@ -11,6 +12,7 @@
 #include <csignal>
 #include <functional>
 #include <future>
+#include <vector>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
@@ -39,13 +41,13 @@ QByteArray output(const QString& program, const QStringList& arguments,
 QByteArray lookup(const QString& otherAccount = account)
 {
     return output(u"secret-tool"_s,
-                  { u"lookup"_s, u"service"_s, service, u"account"_s, otherAccount });
+                  {u"lookup"_s, u"service"_s, service, u"account"_s, otherAccount});
 }
 
 QByteArray listing()
 {
     return output(u"secret-tool"_s,
-                  { u"search"_s, u"--all"_s, u"service"_s, service, u"account"_s, account });
+                  {u"search"_s, u"--all"_s, u"service"_s, service, u"account"_s, account});
 }
 
 /// The names of the objects that the service has below `folder`.
@@ -60,21 +62,23 @@ QStringList objects(const QString& folder)
     return names;
 }
 
-void signalService(int signal)
+bool hasOwner(const QString& name)
 {
-    ::kill(static_cast<pid_t>(QDBusConnection::sessionBus().interface()->servicePid(busName)),
-           signal);
+    return QDBusConnection::sessionBus().interface()->isServiceRegistered(name);
 }
 
-bool serviceIsThere()
+/// Sends `signal` to the process that has `name` on the bus.
+void signalOwner(const QString& name, int signal)
 {
-    return QDBusConnection::sessionBus().interface()->isServiceRegistered(busName);
+    const QDBusReply<uint> process = QDBusConnection::sessionBus().interface()->servicePid(name);
+    if (process.isValid())
+        ::kill(static_cast<pid_t>(process.value()), signal);
 }
 
-bool killService()
+bool killOwner(const QString& name)
 {
-    signalService(SIGKILL);
-    return QTest::qWaitFor([] { return !serviceIsThere(); });
+    signalOwner(name, SIGKILL);
+    return QTest::qWaitFor([&] { return !hasOwner(name); });
 }
 
 /// A busy machine must not look like an absent service.
@@ -83,12 +87,12 @@ SecretServiceStore patientStore()
     return SecretServiceStore(QDBusConnection::sessionBus(), 20s, 40s);
 }
 
-template <typename Function> auto inBackground(Function function)
+template<typename Function> auto inBackground(Function function)
 {
     return std::async(std::launch::async, function);
 }
 
-template <typename Value> bool isReady(const std::future<Value>& future)
+template<typename Value> bool isReady(const std::future<Value>& future)
 {
     return future.wait_for(0s) == std::future_status::ready;
 }
@@ -132,8 +136,8 @@ private slots:
     {
         const auto storeAnother = [] {
             output(u"secret-tool"_s,
-                   { u"store"_s, u"--label=Another"_s, u"--collection=session"_s, u"service"_s,
-                     service, u"account"_s, account, u"origin"_s, u"import"_s },
+                   {u"store"_s, u"--label=Another"_s, u"--collection=session"_s, u"service"_s,
+                    service, u"account"_s, account, u"origin"_s, u"import"_s},
                    "their key");
             return lookup();
         };
@@ -182,7 +186,7 @@ private slots:
     void aServiceThatHangsIsGivenUp()
     {
         QVERIFY(m_store.setSecret(service, account, label, "key"));
-        signalService(SIGSTOP);
+        signalOwner(busName, SIGSTOP);
         SecretServiceStore hasty(QDBusConnection::sessionBus(), 50ms);
         auto reading = inBackground([&] { return hasty.secret(service, account); });
         auto storing
@@ -190,7 +194,7 @@ private slots:
         auto removing = inBackground([&] { return hasty.removeSecret(service, account); });
         const bool ended = QTest::qWaitFor(
             [&] { return isReady(reading) && isReady(storing) && isReady(removing); });
-        signalService(SIGCONT);
+        signalOwner(busName, SIGCONT);
 
         QVERIFY(ended);
         QCOMPARE(reading.get(), std::nullopt);
@@ -202,10 +206,10 @@ private slots:
     void aServiceThatStartsAgainIsUsed()
     {
         QVERIFY(m_store.setSecret(service, account, label, "kept"));
-        QVERIFY(killService());
+        QVERIFY(killOwner(busName));
         output(u"gnome-keyring-daemon"_s,
-               { u"--daemonize"_s, u"--unlock"_s, u"--components=secrets"_s }, "vexlo");
-        QTRY_VERIFY(serviceIsThere());
+               {u"--daemonize"_s, u"--unlock"_s, u"--components=secrets"_s}, "vexlo");
+        QTRY_VERIFY(hasOwner(busName));
 
         QCOMPARE(m_store.secret(service, account), "kept"_ba);
         QVERIFY(m_store.setSecret(service, account, label, "new"));
@@ -229,10 +233,11 @@ private slots:
         start([this] { return m_store.setSecret(service, account, label, "old key"); });
         QVERIFY(answerDialog(password));
         QVERIFY(result());
+        QVERIFY(dialogCloses());
         lock();
     }
 
-    void cleanup() { QTRY_VERIFY_WITH_TIMEOUT(dialog().isEmpty(), patience); }
+    void cleanup() { QVERIFY(dialogCloses()); }
 
     void readingAsksNobody()
     {
@@ -264,13 +269,13 @@ private slots:
     void aRefusalChangesNothing()
     {
         start([this] { return m_store.setSecret(service, account, label, "new key"); });
-        QVERIFY(answerDialog({ u"Escape"_s }));
+        QVERIFY(answerDialog({u"Escape"_s}));
         QVERIFY(!result());
-        QTRY_VERIFY(dialog().isEmpty());
+        QVERIFY(dialogCloses());
         start([this] { return m_store.removeSecret(service, account); });
-        QVERIFY(answerDialog({ u"Escape"_s }));
+        QVERIFY(answerDialog({u"Escape"_s}));
         QVERIFY(!result());
-        QTRY_VERIFY(dialog().isEmpty());
+        QVERIFY(dialogCloses());
 
         start([this] { return m_store.setSecret(service, u"other"_s, label, "other key"); });
         QVERIFY(answerDialog(password));
@@ -289,7 +294,7 @@ private slots:
         QTest::newRow("at the time limit") << 10 << std::function<void()>([] {});
         QTest::newRow("when the application quits") << 600'000 << quit;
         QTest::newRow("when the service ends")
-            << 600'000 << std::function<void()>([] { signalService(SIGKILL); });
+            << 600'000 << std::function<void()>([] { signalOwner(busName, SIGKILL); });
     }
 
     void waitingForAnAnswerEnds()
@@ -303,29 +308,42 @@ private slots:
         event();
         const bool ended = QTest::qWaitFor([this] { return isReady(m_action); }, patience);
         if (!dialog().isEmpty())
-            output(u"xdotool"_s, { u"key"_s, u"Escape"_s });
+            output(u"xdotool"_s, {u"key"_s, u"Escape"_s});
         QVERIFY(ended);
         QVERIFY(!result());
     }
 
     void aFreshAccountGetsAKeyring()
     {
-        QVERIFY(killService());
+        QVERIFY(killOwner(busName));
         QVERIFY(QDir(qEnvironmentVariable("XDG_DATA_HOME") + u"/keyrings"_s).removeRecursively());
-        start([this] { return m_store.setSecret(service, account, label, "first key"); });
-        QVERIFY(answerDialog(password.first(5) + QStringList{ u"Tab"_s } + password));
-        QVERIFY(result());
+        // GNOME Keyring 42 fails to make about one keyring in a hundred, though the answer was
+        // right
+        // ("Cannot import an invalid key"), and says the same as after a refusal.
+        bool stored = false;
+        for (int attempt = 0; attempt < 4 && !stored; ++attempt) {
+            start([this] { return m_store.setSecret(service, account, label, "first key"); });
+            QVERIFY(answerDialog(password.first(5) + QStringList{u"Tab"_s} + password));
+            stored = result();
+            QVERIFY(dialogCloses());
+        }
+        QVERIFY(stored);
         QCOMPARE(lookup(), "first key"_ba);
     }
 
 private:
     static constexpr int patience = 20'000; // milliseconds
-    const QStringList password{ u"v"_s, u"e"_s, u"x"_s, u"l"_s, u"o"_s, u"Return"_s };
+    const QStringList password{u"v"_s, u"e"_s, u"x"_s, u"l"_s, u"o"_s, u"Return"_s};
 
     static QByteArray dialog()
     {
         return output(u"xdotool"_s,
-                      { u"search"_s, u"--onlyvisible"_s, u"--class"_s, u"gcr-prompter"_s });
+                      {u"search"_s, u"--onlyvisible"_s, u"--class"_s, u"gcr-prompter"_s});
+    }
+
+    static bool dialogCloses()
+    {
+        return QTest::qWaitFor([] { return dialog().isEmpty(); }, patience);
     }
 
     static bool dialogOpens()
@@ -333,14 +351,14 @@ private:
         return QTest::qWaitFor(
             [] {
                 const QByteArray window = dialog();
-                return !window.isEmpty() && output(u"xdotool"_s, { u"getwindowfocus"_s }) == window;
+                return !window.isEmpty() && output(u"xdotool"_s, {u"getwindowfocus"_s}) == window;
             },
             patience);
     }
 
     static bool answerDialog(const QStringList& keys)
     {
-        return dialogOpens() && output(u"xdotool"_s, QStringList{ u"key"_s } + keys).isEmpty();
+        return dialogOpens() && output(u"xdotool"_s, QStringList{u"key"_s} + keys).isEmpty();
     }
 
     static void lock()
@@ -352,7 +370,7 @@ private:
             return QDBusConnection::sessionBus().call(message).arguments().value(0);
         };
         const auto collection = call(u"ReadAlias"_s, u"default"_s).value<QDBusObjectPath>();
-        call(u"Lock"_s, QVariant::fromValue(QList<QDBusObjectPath>{ collection }));
+        call(u"Lock"_s, QVariant::fromValue(QList<QDBusObjectPath>{collection}));
     }
 
     /// The processes that have `secret` in their arguments or their environment.
@@ -360,8 +378,8 @@ private:
     {
         QStringList found = QProcessEnvironment::systemEnvironment().toStringList().filter(
             QString::fromUtf8(secret));
-        for (const QString& process : QDir(u"/proc"_s).entryList({ u"[0-9]*"_s }, QDir::Dirs)) {
-            for (const QString& name : { u"cmdline"_s, u"environ"_s }) {
+        for (const QString& process : QDir(u"/proc"_s).entryList({u"[0-9]*"_s}, QDir::Dirs)) {
+            for (const QString& name : {u"cmdline"_s, u"environ"_s}) {
                 QFile file(u"/proc/"_s + process + u'/' + name);
                 if (file.open(QIODevice::ReadOnly) && file.readAll().contains(secret))
                     found << file.fileName();
