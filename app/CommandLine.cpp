@@ -51,6 +51,10 @@ std::optional<Command> commandOption(const QString& argument)
 {
     if (argument == "--status"_L1 || argument.startsWith("--status="_L1))
         return Command::status;
+    if (argument == "--toggle"_L1)
+        return Command::toggle;
+    if (argument == "--quit"_L1)
+        return Command::quit;
     if (argument == "--connect-claude"_L1)
         return Command::connectClaude;
     if (argument == "--disconnect-claude"_L1)
@@ -64,11 +68,13 @@ std::optional<Command> commandOption(const QString& argument)
 
 QString conflict(const CommandLine& line)
 {
-    const bool reads = line.command == Command::status || line.command == Command::start;
-    const bool isHelp = line.command == Command::help || line.command == Command::version;
-    if (line.refresh && !reads && !isHelp)
+    const bool connects
+        = line.command == Command::connectClaude || line.command == Command::disconnectClaude;
+    if (line.refresh && line.command != Command::status)
         return Texts::tr("--refresh goes with --status");
-    if (line.demo && !reads && !isHelp)
+    if (line.background && line.command != Command::start)
+        return Texts::tr("--background goes with no command");
+    if (line.demo && connects)
         return Texts::tr("--demo shows made-up figures and connects nothing");
     return {};
 }
@@ -94,6 +100,8 @@ CommandLine CommandLine::parse(const QStringList& arguments)
             }
         } else if (argument == "--refresh"_L1) {
             line.refresh = true;
+        } else if (argument == "--background"_L1) {
+            line.background = true;
         } else if (argument == "--demo"_L1) {
             line.demo = true;
         } else if (const std::optional<int> values
@@ -113,8 +121,13 @@ CommandLine CommandLine::parse(const QStringList& arguments)
 QString CommandLine::helpText()
 {
     return Texts::tr(R"(Usage: vexlo [OPTION]...
-Shows how much of your AI assistants' allowance is left.
+Shows how much of your AI assistants' allowance is left, as a character in the
+desktop's status bar and a panel behind it.
 
+  --toggle              open or close the panel of the running Vexlo, or start it
+                        with the panel open: for a keyboard shortcut
+  --quit                end the running Vexlo
+  --background          open nothing when no bar shows the character, as at login
   --status[=text|json]  print what is known and end: one line per service with
                         its limits, when they reset and how old the figures
                         are; json prints one JSON object instead
@@ -128,8 +141,8 @@ Shows how much of your AI assistants' allowance is left.
   -h, --help            print this and end
   -v, --version         print the version and end
 
-Without an option Vexlo asks the services and prints their status; while nothing
-is connected it shows made-up figures and says how to connect.
+Where there is no display, Vexlo asks the services, prints their status and ends;
+while nothing is connected it shows made-up figures and says how to connect.
 Qt's own options are accepted too.
 
 Exit code of --status: 0 fine, 1 some limit has 10 % or less left, 2 some limit

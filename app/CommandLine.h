@@ -5,7 +5,16 @@
 
 /// What the user asked for when starting the program.
 struct CommandLine {
-    enum class Command { start, status, connectClaude, disconnectClaude, help, version };
+    enum class Command {
+        start,
+        toggle,
+        quit,
+        status,
+        connectClaude,
+        disconnectClaude,
+        help,
+        version,
+    };
 
     /// The exit code for a command line that makes no sense, as sysexits.h has it.
     static constexpr int usageErrorExitCode = 64;
@@ -13,6 +22,7 @@ struct CommandLine {
     Command command = Command::start;
     bool json = false; // the status as JSON
     bool refresh = false; // read the sources before telling the status
+    bool background = false; // open nothing unasked, as at login
     bool demo = false; // made-up figures and a place of its own
     QString error; // empty, or what is wrong with the arguments
 

@@ -27,3 +27,8 @@ std::optional<ServiceUsage> Demo::usage(const QString& id, Date now)
     }
     return std::nullopt;
 }
+
+QList<ServiceUsage> Demo::all(Date now)
+{
+    return {*usage(u"claude"_s, now), *usage(u"codex"_s, now)};
+}

@@ -9,4 +9,7 @@ namespace Demo {
 /// figures; "claude" and "codex" have them.
 [[nodiscard]] std::optional<ServiceUsage> usage(const QString& id, Date now = currentDate());
 
+/// All of them.
+[[nodiscard]] QList<ServiceUsage> all(Date now = currentDate());
+
 } // namespace Demo

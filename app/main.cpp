@@ -1,70 +1,50 @@
-#include "app/ClaudeCommand.h"
+#include "app/AppDelegate.h"
 #include "app/CommandLine.h"
-#include "app/StatusCommand.h"
-#include "app/StatusReport.h"
-#include "platform/ApplicationPaths.h"
-#include "platform/Cancellation.h"
+#include "app/TerminalCommands.h"
 #include "platform/PreferenceStore.h"
 #include "platform/QuitSignals.h"
+#include "platform/linux/BusInstance.h"
+#include "platform/linux/LinuxAppearance.h"
 #include "platform/linux/SecretServiceStore.h"
+#include "platform/linux/TrayStatusItem.h"
 #include "usage/ClaudeSetup.h"
 #include "usage/KeychainStore.h"
 #include "usage/ProviderRegistry.h"
-#include "usage/SnapshotRunner.h"
 
-#include <QCoreApplication>
-#include <QFile>
+#include <QApplication>
+#include <QSocketNotifier>
 #include <QTranslator>
-
-#include <cstdio>
-#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int signalExitCode = 128; // and the signal's number, as shells have it
+using Command = CommandLine::Command;
 
 class Texts {
     Q_DECLARE_TR_FUNCTIONS(Main)
 };
 
-void print(std::FILE* stream, const QString& text)
-{
-    const QByteArray bytes = text.toUtf8();
-    std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stream);
-    std::fflush(stream);
-}
-
-/// A line that stands on a terminal while it lives.
-class ProgressLine {
-public:
-    explicit ProgressLine(const QString& text)
-        : m_isShown(::isatty(STDERR_FILENO) != 0)
-    {
-        if (m_isShown)
-            print(stderr, text);
-    }
-    ~ProgressLine()
-    {
-        if (m_isShown)
-            print(stderr, u"\r\x1b[K"_s); // back to the line's start, clear it
-    }
-    ProgressLine(const ProgressLine&) = delete;
-    ProgressLine& operator=(const ProgressLine&) = delete;
-
-private:
-    bool m_isShown;
-};
-
-/// The adapters and stores that the commands work with.
+/// The adapters and stores of one run.
 struct Session {
     explicit Session(const CommandLine& commandLine)
         : line(commandLine)
         , paths(ApplicationPaths::find(commandLine.demo))
         , preferences(paths.preferencesFile)
         , registry(preferences, paths.supportDirectory, commandLine.demo)
+        , keychain(secrets)
+        , claudeSetup({
+              .settings = ClaudeSetup::settingsPath(),
+              .supportDirectory = paths.supportDirectory,
+              .bundledBridge = paths.helpers + "/vexlo-claude-bridge"_L1,
+          })
+        , instance(commandLine.demo)
     {
+    }
+
+    [[nodiscard]] TerminalSession terminal()
+    {
+        return {line, paths, preferences, registry, keychain};
     }
 
     CommandLine line;
@@ -72,145 +52,150 @@ struct Session {
     PreferenceStore preferences;
     ProviderRegistry registry;
     SecretServiceStore secrets;
+    KeychainStore keychain;
+    ClaudeSetup claudeSetup;
+    BusInstance instance;
 };
 
-/// The program as the user called it, so that an advice can be copied.
-QString programName(const char* invocation)
-{
-    return QString::fromLocal8Bit(invocation);
-}
+/// English as spoken on this system, and the user's language over it where we have it.
+struct Translations {
+    Translations()
+    {
+        if (english.load(u":/translations/vexlo_en.qm"_s))
+            QCoreApplication::installTranslator(&english);
+        if (local.load(QLocale::system(), u"vexlo"_s, u"_"_s, u":/translations"_s))
+            QCoreApplication::installTranslator(&local);
+    }
 
-struct Refreshed {
-    QList<ServiceUsage> services;
-    int signal = 0; // that cut it short
+    QTranslator english;
+    QTranslator local;
 };
 
-Refreshed refresh(Session& session)
+bool hasDisplay()
 {
-    const Cancellation cancellation;
-    const QuitSignals quitting(cancellation);
-    const ProgressLine progress(Texts::tr("Reading your limits…"));
-    const SnapshotRunner runner{.script = session.paths.resources + "/provider_snapshot.py"_L1};
-    const KeychainStore keychain(session.secrets);
-    const QList<ServiceUsage> services
-        = refreshedStatus(session.registry, keychain, runner, cancellation);
-    return {services, quitting.received()};
+    return !qEnvironmentVariableIsEmpty("DISPLAY")
+        || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")
+        || !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM");
 }
 
-void printReport(Session& session, const QList<ServiceUsage>& services)
+bool needsDisplay(const CommandLine& line)
 {
-    if (session.line.json)
-        print(stdout, QString::fromUtf8(statusJson(services)));
-    else if (!services.isEmpty())
-        print(stdout,
-              statusReport(services, savedDisplayMode(session.preferences), QLocale::system()));
-    else
-        print(stdout, Texts::tr("Nothing is connected yet.") + u'\n');
+    return line.error.isEmpty()
+        && (line.command == Command::start || line.command == Command::toggle);
 }
 
-int runStatus(Session& session)
+/// The program with its status item and panel, until it is quit.
+int runApplication(Session& session)
 {
-    Refreshed status;
-    if (session.line.demo)
-        status.services = demoStatus(session.registry);
-    else if (session.line.refresh)
-        status = refresh(session);
-    else
-        status.services = savedStatus(session.registry);
-    if (status.signal != 0)
-        return signalExitCode + status.signal;
-    printReport(session, status.services);
-    return statusExitCode(status.services);
-}
-
-/// Starting without an option: the status, or for a newcomer what it will look like.
-int runStart(Session& session, const QString& program)
-{
-    if (session.line.demo) {
-        printReport(session, demoStatus(session.registry));
-        return 0;
-    }
-    const Refreshed status = refresh(session);
-    if (status.signal != 0)
-        return signalExitCode + status.signal;
-    printReport(session, status.services);
-    if (status.services.isEmpty()) {
-        print(stdout,
-              Texts::tr(R"(
-Claude Code: connect it with  %1 --connect-claude
-Codex:       install it and log in with  codex login
-
-This is how it looks then, with made-up figures (--demo):
-)")
-                  .arg(program));
-        CommandLine demoLine;
-        demoLine.demo = true;
-        Session demo(demoLine);
-        printReport(demo, demoStatus(demo.registry));
-    }
-    return 0;
-}
-
-int runClaude(Session& session)
-{
-    ClaudeSetup setup({
-        .settings = ClaudeSetup::settingsPath(),
-        .supportDirectory = session.paths.supportDirectory,
-        .bundledBridge = session.paths.helpers + "/vexlo-claude-bridge"_L1,
+    QApplication::setQuitOnLastWindowClosed(false);
+    TrayStatusItem statusItem(u"vexlo"_s);
+    LinuxAppearance appearance;
+    AppDelegate delegate({
+        .preferences = session.preferences,
+        .registry = session.registry,
+        .keychain = session.keychain,
+        .statusItem = statusItem,
+        .appearance = appearance,
+        .claudeSetup = session.claudeSetup,
+        .paths = session.paths,
+        .isDemo = session.line.demo,
     });
-    const ClaudeOutcome outcome = session.line.command == CommandLine::Command::connectClaude
-        ? connectClaude(setup, session.registry)
-        : disconnectClaude(setup, session.registry);
-    print(outcome.succeeded ? stdout : stderr, outcome.title + u'\n' + outcome.message + u'\n');
-    return outcome.succeeded ? 0 : 1;
+    const RunningInstance::Claim claim = session.instance.claim({
+        .toggle = [&delegate] { delegate.togglePanel(); },
+        .show = [&delegate] { delegate.showPanel(); },
+        .refresh = [&delegate] { delegate.refreshNow(); },
+        .quit = [&delegate] { delegate.quit(); },
+    });
+    if (claim == RunningInstance::Claim::taken)
+        return session.instance.send(RunningInstance::Request::toggle) ? 0 : 1;
+
+    const Cancellation asked;
+    const QuitSignals quitting(asked);
+    QSocketNotifier notifier(asked.descriptor(), QSocketNotifier::Read);
+    QObject::connect(&notifier, &QSocketNotifier::activated, &delegate, [&notifier, &delegate] {
+        notifier.setEnabled(false);
+        delegate.quit();
+    });
+    delegate.applicationDidFinishLaunching(session.line.background);
+    if (session.line.command == Command::toggle)
+        delegate.showPanel();
+    return QApplication::exec();
+}
+
+int runInTerminal(Session& session, const QString& program)
+{
+    TerminalSession terminal = session.terminal();
+    switch (session.line.command) {
+    case Command::status:
+        return runStatus(terminal);
+    case Command::connectClaude:
+    case Command::disconnectClaude:
+        return runClaude(terminal, session.claudeSetup);
+    case Command::quit:
+        if (session.instance.send(RunningInstance::Request::quit))
+            return 0;
+        printError(Texts::tr("Vexlo is not running.") + u'\n');
+        return 1;
+    default:
+        return runWithoutDisplay(terminal, program);
+    }
 }
 
 int run(const CommandLine& line, const QString& program)
 {
     if (!line.error.isEmpty()) {
-        print(stderr,
-              "vexlo: "_L1 + line.error + u'\n'
-                  + Texts::tr("%1 --help explains every option.").arg(program) + u'\n');
+        printError("vexlo: "_L1 + line.error + u'\n'
+                   + Texts::tr("%1 --help explains every option.").arg(program) + u'\n');
         return CommandLine::usageErrorExitCode;
     }
-    switch (line.command) {
-    case CommandLine::Command::help:
-        print(stdout, CommandLine::helpText());
+    if (line.command == Command::help) {
+        printOut(CommandLine::helpText());
         return 0;
-    case CommandLine::Command::version:
-        print(stdout, "Vexlo "_L1 + QCoreApplication::applicationVersion() + u'\n');
+    }
+    if (line.command == Command::version) {
+        printOut("Vexlo "_L1 + QCoreApplication::applicationVersion() + u'\n');
         return 0;
-    default:
-        break;
     }
     Session session(line);
-    switch (line.command) {
-    case CommandLine::Command::status:
-        return runStatus(session);
-    case CommandLine::Command::connectClaude:
-    case CommandLine::Command::disconnectClaude:
-        return runClaude(session);
-    default:
-        return runStart(session, program);
-    }
+    if (!qApp->inherits("QApplication"))
+        return runInTerminal(session, program);
+    if (line.command == Command::toggle && session.instance.send(RunningInstance::Request::toggle))
+        return 0;
+    return runApplication(session);
 }
 
 } // namespace
 
 int main(int argc, char** argv)
 {
-    const QString program = programName(argc > 0 ? argv[0] : "vexlo");
-    QCoreApplication application(argc, argv);
+    // Qt's own tracing of the bus would print keys as they come from the secret store.
+    qunsetenv("QDBUS_DEBUG");
+
+    QStringList arguments;
+    for (int i = 1; i < argc; ++i)
+        arguments.append(QString::fromLocal8Bit(argv[i]));
+    const CommandLine line = CommandLine::parse(arguments);
+    const bool isGraphical = needsDisplay(line) && hasDisplay();
+    const bool hasOwnChoice = !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM");
+    // X11 first, also where it is a guest of Wayland: it lets the panel stand where it belongs. The
+    // last one stands for a display that is named but cannot be reached.
+    if (isGraphical && !hasOwnChoice)
+        qputenv("QT_QPA_PLATFORM", "xcb;wayland;offscreen");
+
+    std::unique_ptr<QCoreApplication> application;
+    if (isGraphical)
+        application = std::make_unique<QApplication>(argc, argv);
+    else
+        application = std::make_unique<QCoreApplication>(argc, argv);
     QCoreApplication::setApplicationName(u"vexlo"_s);
     QCoreApplication::setApplicationVersion(QStringLiteral(VEXLO_VERSION));
-
-    // English as spoken on this system, and the user's language over it where we have it.
-    QTranslator english;
-    if (english.load(u":/translations/vexlo_en.qm"_s))
-        QCoreApplication::installTranslator(&english);
-    QTranslator local;
-    if (local.load(QLocale::system(), u"vexlo"_s, u"_"_s, u":/translations"_s))
-        QCoreApplication::installTranslator(&local);
-
-    return run(CommandLine::parse(QCoreApplication::arguments().mid(1)), program);
+    const Translations translations;
+    if (isGraphical && !hasOwnChoice && QGuiApplication::platformName() == "offscreen"_L1) {
+        printError(
+            Texts::tr("Vexlo cannot reach the display that DISPLAY or WAYLAND_DISPLAY names. "
+                      "vexlo --status works without one.")
+            + u'\n');
+        return 1;
+    }
+    return run(line, QString::fromLocal8Bit(argc > 0 ? argv[0] : "vexlo"));
 }

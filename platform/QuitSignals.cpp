@@ -26,14 +26,19 @@ QuitSignals::QuitSignals(const Cancellation& cancellation)
 {
     lastSignal = 0;
     cancelled = &cancellation;
-    for (const int number : quitSignals)
-        std::signal(number, handle);
+    for (const int number : quitSignals) {
+        // What was ignored when we started, as nohup does it, stays ignored.
+        if (std::signal(number, handle) == SIG_IGN)
+            std::signal(number, SIG_IGN);
+    }
 }
 
 QuitSignals::~QuitSignals()
 {
-    for (const int number : quitSignals)
-        std::signal(number, SIG_DFL);
+    for (const int number : quitSignals) {
+        if (std::signal(number, SIG_DFL) == SIG_IGN)
+            std::signal(number, SIG_IGN);
+    }
     cancelled = nullptr;
 }
 

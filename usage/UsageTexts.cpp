@@ -84,3 +84,24 @@ QString statusText(const ServiceUsage& service, Date now)
         ? updated
         : updated + u" · "_s + Texts::tr("Some limits outdated");
 }
+
+QString tightestLimitText(const QList<ServiceUsage>& services, UsageDisplayMode mode,
+                          const QLocale& locale, Date now)
+{
+    const ServiceUsage* tightest = nullptr;
+    LimitWindow limit;
+    for (const ServiceUsage& service : services) {
+        for (const LimitWindow& window : service.unresetWindows(now)) {
+            if (!tightest || window.remaining < limit.remaining) {
+                tightest = &service;
+                limit = window;
+            }
+        }
+    }
+    if (!tightest)
+        return {};
+    const QString text
+        = tightest->name + ": "_L1 + limit.name + u' ' + shownText(mode, limit.remaining);
+    const QString reset = resetText(limit, locale, now);
+    return reset.isEmpty() ? text : text + ", "_L1 + reset;
+}

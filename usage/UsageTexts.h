@@ -1,6 +1,7 @@
 #pragma once
 
 #include "usage/ServiceUsage.h"
+#include "usage/UsageDisplayMode.h"
 
 #include <QLocale>
 
@@ -18,3 +19,8 @@
 /// One line about the state of the record as a whole: how fresh it is, or why it shows nothing. An
 /// error beside limits is not in it.
 [[nodiscard]] QString statusText(const ServiceUsage& service, Date now = currentDate());
+
+/// The limit with least left of all whose period is still running, with its service and its reset:
+/// "Codex: Weekly 22% left, Reset 11/22/26 11:12 PM". Empty when none is known.
+[[nodiscard]] QString tightestLimitText(const QList<ServiceUsage>& services, UsageDisplayMode mode,
+                                        const QLocale& locale, Date now = currentDate());

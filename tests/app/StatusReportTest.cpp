@@ -63,26 +63,22 @@ private slots:
                  "\n");
     }
 
-    void exitCodeTellsTheTightestLimit_data()
-    {
-        QTest::addColumn<QList<ServiceUsage>>("services");
-        QTest::addColumn<int>("code");
-        QTest::newRow("nothing") << QList<ServiceUsage>() << 3;
-        QTest::newRow("errors alone") << QList{failing(u"x"_s)} << 3;
-        QTest::newRow("period over") << QList{claude(0, now)} << 3;
-        QTest::newRow("fine") << QList{claude(10.1), failing(u"x"_s)} << 0;
-        QTest::newRow("low") << QList{claude(10), claude(90)} << 1;
-        QTest::newRow("one percent") << QList{claude(1)} << 1;
-        QTest::newRow("used up") << QList{claude(5), claude(0.9)} << 2;
-        ServiceUsage old = claude(5);
-        old.windows.first().observed = now - 24h;
-        QTest::newRow("old, period running") << QList{old} << 1;
-    }
-
     void exitCodeTellsTheTightestLimit()
     {
-        QFETCH(QList<ServiceUsage>, services);
-        QTEST(statusExitCode(services, now), "code");
+        ServiceUsage old = claude(5);
+        old.windows.first().observed = now - 24h;
+        const std::pair<QList<ServiceUsage>, int> rows[]{
+            {{}, 3},
+            {{failing(u"x"_s)}, 3},
+            {{claude(0, now)}, 3}, // its period is over
+            {{claude(10.1), failing(u"x"_s)}, 0},
+            {{claude(10), claude(90)}, 1},
+            {{claude(1)}, 1},
+            {{old}, 1},
+            {{claude(5), claude(0.9)}, 2},
+        };
+        for (const auto& [services, code] : rows)
+            QCOMPARE(statusExitCode(services, now), code);
     }
 };
 

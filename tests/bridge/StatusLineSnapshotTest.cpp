@@ -3,6 +3,7 @@
 
 #include <QTest>
 
+using namespace Qt::StringLiterals;
 using StatusLineSnapshot::Json;
 
 namespace {
@@ -10,44 +11,38 @@ namespace {
 constexpr double start = 1'795'376'000; // seconds since 1970
 constexpr double reset = start + 10'000;
 
-/// One run of the status line.
-struct Input {
-    std::string session;
-    int apiMilliseconds;
-    Json limits;
-    double at = start; // the first input's; the next ones follow 10 s apart unless they say
-};
-
-Json window(const Json& used, const Json& resetsAt = reset)
+/// "30" is 30 % used until `reset`, "30@60" until 60 s later, "30@-" without a reset; "-" is none.
+Json window(const QString& text)
 {
-    return {{"used_percentage", used}, {"resets_at", resetsAt}};
+    const QStringList parts = text.split(u'@');
+    if (parts[0] == u"-")
+        return nullptr;
+    const QString later = parts.value(1);
+    return {{"used_percentage", parts[0].toDouble()},
+            {"resets_at", later == u"-" ? Json() : Json(reset + later.toDouble())}};
 }
 
-Json fiveHour(const Json& used, const Json& resetsAt = reset)
+Json message(const std::string& session, int apiMilliseconds, const Json& limits)
 {
-    return {{"five_hour", window(used, resetsAt)}};
+    return {{"session_id", session},
+            {"cost", {{"total_api_duration_ms", apiMilliseconds}}},
+            {"rate_limits", limits}};
 }
 
-Json message(const Input& input)
-{
-    Json cost{{"total_api_duration_ms", input.apiMilliseconds}};
-    return {{"session_id", input.session}, {"cost", cost}, {"rate_limits", input.limits}};
-}
-
-Json merged(const QList<Input>& inputs, Json snapshot = {})
+/// Merges runs of the status line: "session api five_hour seven_day time; …". A run is 10 s after
+/// the one before unless it names its time, in seconds after the first; "_" is a nameless session.
+Json merged(const QString& runs, Json snapshot = {})
 {
     double now = start - 10;
-    for (const Input& input : inputs) {
-        now = input.at > start ? input.at : now + 10;
-        StatusLineSnapshot::merge(snapshot, message(input), now);
+    for (const QString& run : runs.split(u"; "_s)) {
+        const QStringList words = run.split(u' ');
+        now = words.size() > 4 ? start + words[4].toDouble() : now + 10;
+        const Json limits{{"five_hour", window(words[2])},
+                          {"seven_day", window(words.value(3, u"-"_s))}};
+        const std::string session = words[0] == u"_" ? "" : words[0].toStdString();
+        StatusLineSnapshot::merge(snapshot, message(session, words[1].toInt(), limits), now);
     }
     return snapshot;
-}
-
-/// A stored snapshot whose five-hour window is `window`.
-Json storedWindow(const Json& window)
-{
-    return {{"rate_limits", {{"five_hour", window}}}};
 }
 
 } // namespace
@@ -58,105 +53,61 @@ class StatusLineSnapshotTest : public QObject {
 private slots:
     void theNewestReadingStays_data()
     {
-        QTest::addColumn<QList<Input>>("inputs");
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<double>("used");
-        QTest::addColumn<double>("resetsAt");
-        QTest::addColumn<double>("seenAfter"); // seconds from the first input
-
-        const auto row = [](const char* title, const QList<Input>& inputs, double used, double seen,
-                            double resetsAt = reset, const char* name = "five_hour") {
-            QTest::newRow(title) << inputs << QString::fromLatin1(name) << used << resetsAt << seen;
+        QTest::addColumn<QString>("runs");
+        QTest::addColumn<QString>("stored"); // window, figure, when it was seen
+        const auto row = [](const char* title, const char* runs, const char* stored) {
+            QTest::newRow(title) << QString::fromLatin1(runs) << QString::fromLatin1(stored);
         };
-        const Json none = nullptr;
-        row("idle session repeats itself",
-            {{"A", 0, fiveHour(30)}, {"B", 0, fiveHour(50)}, {"A", 0, fiveHour(30)}}, 50, 10);
-        row("known session has a new figure",
-            {{"A", 0, fiveHour(30)}, {"B", 0, fiveHour(50)}, {"A", 900, fiveHour(52)}}, 52, 20);
-        row("lower figure of a session known, other pair",
-            {{"A", 5, fiveHour(30)}, {"B", 0, fiveHour(50)}, {"A", 5, fiveHour(31)}}, 31, 20);
-        row("same figure, new answer",
-            {{"A", 1, fiveHour(30)}, {"B", 0, fiveHour(50)}, {"A", 2, fiveHour(30)}}, 30, 20);
-        row("api time starts again, then grows",
-            {{"A", 9, fiveHour(30)}, {"A", 0, fiveHour(30)}, {"A", 1, fiveHour(30)}}, 30, 20);
-        row("reset passed, window gone", {{"A", 0, fiveHour(60)}, {"A", 5, none, reset + 1}}, 60,
-            0);
-        row("next window",
-            {{"A", 0, fiveHour(60)}, {"A", 0, fiveHour(3, reset + 18'000), reset + 5}}, 3, 10'005,
-            reset + 18'000);
-        const Json both{{"five_hour", window(60)}, {"seven_day", window(41)}};
-        const Json week{{"seven_day", window(41)}};
-        row("other window gone, this one idle",
-            {{"A", 0, both}, {"B", 0, {{"seven_day", window(55)}}}, {"A", 0, week}}, 55, 10, reset,
-            "seven_day");
-        row("window comes back as it was",
-            {{"A", 0, both}, {"B", 0, fiveHour(70)}, {"A", 0, week}, {"A", 0, both}}, 70, 10);
-        row("known session shows another window",
-            {{"A", 0, week}, {"B", 0, fiveHour(50)}, {"A", 0, both}}, 60, 20);
-        row("limits reset early", {{"A", 5, fiveHour(80)}, {"A", 9, fiveHour(20)}}, 20, 10);
-        row("nameless sessions are never known",
-            {{"", 0, fiveHour(50)}, {"", 5, fiveHour(20)}, {"", 5, fiveHour(50)}}, 50, 20);
-        row("not seen for a week",
-            {{"A", 0, fiveHour(50, reset + 700'000)},
-             {"A", 5, fiveHour(20, reset + 700'000), start + 604'801}},
-            50, 0, reset + 700'000);
+        row("idle session repeats itself", "A 0 30; B 0 50; A 0 30", "five_hour 50 10");
+        row("new figure of a known session", "A 0 30; B 0 50; A 900 52", "five_hour 52 20");
+        row("lower, but another pair", "A 5 30; B 0 50; A 5 31", "five_hour 31 20");
+        row("same figure, new answer", "A 1 30; B 0 50; A 2 30", "five_hour 30 20");
+        row("api time starts again, then grows", "A 9 30; A 0 30; A 1 30", "five_hour 30 20");
+        row("reset passed, window gone", "A 0 60; A 5 - - 10001", "five_hour 60 0");
+        row("next window", "A 0 60; A 0 3@18000 - 10005", "five_hour 3@18000 10005");
+        row("this window idle", "A 0 60 41; B 0 - 55; A 0 - 41", "seven_day 55 10");
+        row("comes back as it was", "A 0 60 41; B 0 70; A 0 - 41; A 0 60 41", "five_hour 70 10");
+        row("known session's new window", "A 0 - 41; B 0 50; A 0 60 41", "five_hour 60 20");
+        row("limits reset early", "A 5 80; A 9 20", "five_hour 20 10");
+        row("nameless is never known", "_ 0 50; _ 5 20; _ 5 50", "five_hour 50 20");
+        row("not seen for a week", "A 0 50@700000; A 5 20@700000 - 604801",
+            "five_hour 50@700000 0");
+        // A session seen for the first time is judged by what it says.
+        row("same reset, equal", "A 0 50; B 0 50", "five_hour 50 10");
+        row("same reset, lower", "A 0 50; B 0 49.9", "five_hour 50 0");
+        row("60 s later, lower", "A 0 50; B 0 49@60", "five_hour 50 0");
+        row("61 s later, lower", "A 0 50; B 0 49@61", "five_hour 49@61 10");
+        row("60 s earlier, higher", "A 0 50; B 0 51@-60", "five_hour 51@-60 10");
+        row("61 s earlier, higher", "A 0 50; B 0 51@-61", "five_hour 50 0");
+        row("stored reset is now", "A 0 50@-9990; B 0 1@-10500", "five_hour 1@-10500 10");
+        row("stored reset is ahead", "A 0 50@-9989; B 0 1@-10500", "five_hour 50@-9989 0");
+        row("no resets, equal", "A 0 50@-; B 0 50@-", "five_hour 50@- 10");
+        row("no resets, lower", "A 0 50@-; B 0 49@-", "five_hour 50@- 0");
+        row("stored without reset", "A 0 50@-; B 0 1", "five_hour 1 10");
+        row("input without reset", "A 0 50; B 0 99@-", "five_hour 50 0");
     }
 
     void theNewestReadingStays()
     {
-        QFETCH(QList<Input>, inputs);
-        QFETCH(QString, name);
-        QFETCH(double, used);
-        QFETCH(double, resetsAt);
-        QFETCH(double, seenAfter);
-        const Json snapshot = merged(inputs);
-        Json expected = window(used, resetsAt);
-        expected["seen_at"] = start + seenAfter;
-        QVERIFY2(snapshot["rate_limits"][name.toStdString()] == expected, snapshot.dump().c_str());
-    }
-
-    void firstSightIsJudgedByContent_data()
-    {
-        QTest::addColumn<std::string>("stored");
-        QTest::addColumn<std::string>("reading");
-        QTest::addColumn<bool>("taken");
-        const auto row
-            = [](const char* title, const Json& stored, const Json& reading, bool taken) {
-                  QTest::newRow(title) << stored.dump() << reading.dump() << taken;
-              };
-        const Json noReset{{"used_percentage", 50}};
-        row("same reset, equal", window(50), window(50), true);
-        row("same reset, lower", window(50), window(49.9), false);
-        row("60 s later, lower", window(50), window(49, reset + 60), false);
-        row("61 s later, lower", window(50), window(49, reset + 61), true);
-        row("60 s earlier, higher", window(50), window(51, reset - 60), true);
-        row("61 s earlier, higher", window(50), window(51, reset - 61), false);
-        row("stored reset is now", window(50, start), window(1, start - 500), true);
-        row("stored reset is ahead", window(50, start + 1), window(1, start - 500), false);
-        row("no resets, equal", noReset, noReset, true);
-        row("no resets, lower", noReset, {{"used_percentage", 49}}, false);
-        row("stored without reset", noReset, window(1), true);
-        row("input without reset", window(50), {{"used_percentage", 99}}, false);
-        row("input with a text for reset", window(50), window(99, "soon"), false);
-        row("nothing of use stored", {{"used_percentage", "50"}}, window(1), true);
-    }
-
-    void firstSightIsJudgedByContent()
-    {
-        QFETCH(std::string, stored);
-        QFETCH(std::string, reading);
-        QFETCH(bool, taken);
-        const Json limits{{"five_hour", Json::parse(reading)}};
-        const Json snapshot = merged({{"A", 0, limits}}, storedWindow(Json::parse(stored)));
-        QCOMPARE(snapshot["rate_limits"]["five_hour"].contains("seen_at"), taken);
+        QFETCH(QString, runs);
+        QFETCH(QString, stored);
+        const QStringList words = stored.split(u' ');
+        Json expected = window(words[1]);
+        if (expected["resets_at"].is_null())
+            expected.erase("resets_at");
+        expected["seen_at"] = start + words[2].toDouble();
+        const Json snapshot = merged(runs);
+        QVERIFY2(snapshot["rate_limits"][words[0].toStdString()] == expected,
+                 snapshot.dump().c_str());
     }
 
     void storedBytes()
     {
+        const Json limits = Json::parse(R"({
+            "five_hour": {"used_percentage": 28.000000000000004, "resets_at": 1795385352},
+            "seven_day": {"used_percentage": 41, "resets_at": 1795778152}})");
         Json snapshot{{"note", {1.0, 9007199254740993}}};
-        const Json limits{{"five_hour", window(28.000000000000004, 1795385352)},
-                          {"seven_day", window(41, 1795778152)}};
-        QVERIFY(StatusLineSnapshot::merge(snapshot, message({"A", 15400, limits}), 1795376898.25));
+        QVERIFY(StatusLineSnapshot::merge(snapshot, message("A", 15400, limits), 1795376898.25));
         QCOMPARE(snapshot.dump(),
                  R"({"note":[1.0,9007199254740993],"observed_at":1795376898.25,"rate_limits":{)"
                  R"("five_hour":{"resets_at":1795385352,"seen_at":1795376898.25,)"
@@ -168,169 +119,123 @@ private slots:
                  R"("seen_at":1795376898.25,"total_api_duration_ms":15400}}})");
     }
 
-    void inputsWithoutFiguresChangeNothing_data()
-    {
-        QTest::addColumn<std::string>("input");
-        QTest::newRow("no limits") << std::string(R"({"session_id":"A"})");
-        for (const std::string limits :
-             {"null", "true", "[]", "{}", R"({"five_hour":50})",
-              R"({"five_hour":{"used_percentage":true}})", R"({"five_hour":{"resets_at":99}})",
-              R"({"five_hour":{"used_percentage":"50"}})", R"([{"used_percentage":50}])"}) {
-            QTest::newRow(limits.c_str()) << R"({"session_id":"A","rate_limits":)" + limits + '}';
-        }
-        QTest::newRow("no object") << std::string("[1]");
-    }
-
     void inputsWithoutFiguresChangeNothing()
     {
-        QFETCH(std::string, input);
-        Json snapshot = merged({{"B", 0, fiveHour(50)}});
-        const Json before = snapshot;
-        QVERIFY(!StatusLineSnapshot::merge(snapshot, Json::parse(input), start + 60));
-        QCOMPARE(snapshot.dump(), before.dump());
-
-        Json nothing{{"observed_at", start}};
-        QVERIFY(StatusLineSnapshot::merge(nothing, Json::parse(input), start));
-        QCOMPARE(nothing.dump(), R"({"rate_limits":{}})");
-        QVERIFY(!StatusLineSnapshot::merge(nothing, Json::parse(input), start + 60));
-    }
-
-    void oddStoredValuesAreReplaced_data()
-    {
-        QTest::addColumn<std::string>("stored");
-        for (const char* stored :
-             {"null", "[1]", "7", R"({"rate_limits":5,"sessions":"x"})",
-              R"({"sessions":{"A":5,"B":{"seen_at":"now"}},"observed_at":[]})",
-              R"({"sessions":{"A":{"seen_at":1795376000,"rate_limits":)"
-              R"({"five_hour":{"used_percentage":50,"resets_at":1795386000}}}}})",
-              R"({"rate_limits":{"five_hour":[]},"sessions":{"A":{"rate_limits":9}}})"})
-            QTest::newRow(stored) << std::string(stored);
+        for (const char* limits :
+             {"null", "true", "[]", "{}", R"({"five_hour":50})", R"([{"used_percentage":50}])",
+              R"({"five_hour":{"used_percentage":true}})", R"({"five_hour":{"resets_at":99}})",
+              R"({"five_hour":{"used_percentage":"50"}})"}) {
+            for (const Json& input : {message("A", 5, Json::parse(limits)), Json::array({1})}) {
+                Json snapshot = merged(u"B 0 50"_s);
+                QVERIFY2(!StatusLineSnapshot::merge(snapshot, input, start + 60), limits);
+                QCOMPARE(snapshot.dump(), merged(u"B 0 50"_s).dump());
+                Json nothing{{"observed_at", start}};
+                QVERIFY2(StatusLineSnapshot::merge(nothing, input, start), limits);
+                QCOMPARE(nothing.dump(), R"({"rate_limits":{}})");
+                QVERIFY2(!StatusLineSnapshot::merge(nothing, input, start + 60), limits);
+            }
+        }
     }
 
     void oddStoredValuesAreReplaced()
     {
-        QFETCH(std::string, stored);
-        const Json limits = fiveHour(50);
-        const Json snapshot = merged({{"A", 0, limits}}, Json::parse(stored));
-        QCOMPARE(snapshot.dump(), merged({{"A", 0, limits}}).dump());
+        for (const char* stored :
+             {"null", "[1]", "7", R"({"rate_limits":5,"sessions":"x"})",
+              R"({"sessions":{"A":5,"B":{"seen_at":"now"}},"observed_at":[]})",
+              R"({"rate_limits":{"five_hour":{"used_percentage":"60","resets_at":1e12}}})",
+              R"({"sessions":{"A":{"seen_at":1795376000,"rate_limits":)"
+              R"({"five_hour":{"used_percentage":50,"resets_at":1795386000}}}}})",
+              R"({"rate_limits":{"five_hour":[]},"sessions":{"A":{"rate_limits":9}}})"})
+            QVERIFY2(merged(u"A 0 50"_s, Json::parse(stored)) == merged(u"A 0 50"_s), stored);
     }
 
     void repeatedInputsChangeNothingForAnHour()
     {
-        Json snapshot = merged({{"A", 7, fiveHour(50)}});
-        const Json input = message({"A", 7, fiveHour(50)});
+        Json snapshot = merged(u"A 7 50"_s);
+        const Json input = message("A", 7, {{"five_hour", window(u"50"_s)}});
         QVERIFY(!StatusLineSnapshot::merge(snapshot, input, start + 3600));
         QVERIFY(StatusLineSnapshot::merge(snapshot, input, start + 3601));
         QCOMPARE(snapshot["sessions"]["A"]["seen_at"].get<double>(), start + 3601);
         QCOMPARE(snapshot["observed_at"].get<double>(), start); // the reading itself is no newer
     }
 
-    void sessionsAreBounded()
+    void whatIsStoredIsBounded()
     {
-        QList<Input> inputs;
+        Json snapshot;
         for (int i = 0; i <= 500; ++i)
-            inputs.append({"session " + std::to_string(i), 0, fiveHour(50)});
-        inputs.append({std::string(129, 'x'), 0, fiveHour(50)});
-        const Json sessions = merged(inputs)["sessions"];
-        QCOMPARE(sessions.size(), 500U);
-        QVERIFY(!sessions.contains("session 0"));
-        QVERIFY(sessions.contains("session 1") && sessions.contains("session 500"));
+            snapshot = merged(u"s%1 0 50 - %2"_s.arg(i).arg(i), snapshot);
+        snapshot = merged(QString(129, u'x') + u" 0 50 - 501"_s, snapshot);
+        QCOMPARE(snapshot["sessions"].size(), 500U);
+        QVERIFY(!snapshot["sessions"].contains("s0") && snapshot["sessions"].contains("s1"));
+        const QString longest(128, u'x');
+        const Json later = merged(longest + u" 0 1 - 604802"_s, snapshot)["sessions"];
+        QVERIFY(!later.contains("s1") && later.contains("s2")); // a week and a second ago
+        QVERIFY(later.contains(longest.toStdString()));
 
-        const Json later = merged({{std::string(128, 'x'), 0, fiveHour(1), start + 604'805}},
-                                  {{"sessions", sessions}})["sessions"];
-        QVERIFY(!later.contains("session 1") && later.contains("session 2")); // seen 10 s later
-        QVERIFY(later.contains(std::string(128, 'x')));
-    }
-
-    void windowsAndNamesAreBounded()
-    {
-        Json limits{{std::string(64, 'a'), window(1)}, {std::string(65, 'a'), window(1)}};
+        Json limits{{std::string(64, 'a'), window(u"1"_s)}, {std::string(65, 'a'), window(u"1"_s)}};
         for (char name = 'b'; name <= 'z'; ++name)
-            limits[std::string(1, name)] = window(1);
-        const Json stored = merged({{"A", 0, limits}})["rate_limits"];
-        QCOMPARE(stored.size(), 16U);
-        QVERIFY(stored.contains(std::string(64, 'a')) && !stored.contains(std::string(65, 'a')));
-    }
-
-    void parseTakesShallowObjectsAlone_data()
-    {
-        QTest::addColumn<std::string>("text");
-        QTest::addColumn<bool>("isTaken");
-        const auto nested = [](std::size_t depth) {
-            return R"({"a":)" + std::string(depth - 1, '[') + std::string(depth - 1, ']') + '}';
-        };
-        QTest::newRow("as deep as allowed") << nested(64) << true;
-        QTest::newRow("too deep") << nested(65) << false;
-        QTest::newRow("far too deep") << nested(100'000) << false;
-        QTest::newRow("never closed") << std::string(100'000, '[') << false;
-        QTest::newRow("as long as allowed") << "{}" + std::string(299'998, ' ') << true;
-        QTest::newRow("too long") << "{}" + std::string(299'999, ' ') << false;
-        QTest::newRow("cut") << std::string(R"({"a":1)") << false;
-        QTest::newRow("array") << std::string("[]") << false;
-        QTest::newRow("number out of range") << std::string(R"({"a":1e999})") << false;
-        QTest::newRow("no UTF-8") << std::string("{\"a\":\"\xff\"}") << false;
+            limits[std::string(1, name)] = window(u"1"_s);
+        Json wide;
+        StatusLineSnapshot::merge(wide, message("A", 0, limits), start);
+        QCOMPARE(wide["rate_limits"].size(), 16U);
+        QVERIFY(wide["rate_limits"].contains(std::string(64, 'a')));
+        QVERIFY(!wide["rate_limits"].contains(std::string(65, 'a')));
     }
 
     void parseTakesShallowObjectsAlone()
     {
-        QFETCH(std::string, text);
-        QTEST(StatusLineSnapshot::parse(text, 300'000).has_value(), "isTaken");
-    }
-
-    void statusLineSaysWhatIsLeft_data()
-    {
-        QTest::addColumn<std::string>("limits");
-        QTest::addColumn<QString>("line");
-        const QString waiting = QStringLiteral("Vexlo: waiting for limits");
-        const auto row = [](const char* title, const Json& limits, const QString& line) {
-            QTest::newRow(title) << limits.dump() << line;
+        const auto isTaken = [](const std::string& text) {
+            return StatusLineSnapshot::parse(text, 300'000).has_value();
         };
-        row("both", {{"seven_day", window(41)}, {"five_hour", window(23.5)}},
-            QStringLiteral("5h 77% left · week 59% left"));
-        row("beyond the ends", {{"seven_day", window(-5)}, {"five_hour", window(130)}},
-            QStringLiteral("5h 0% left · week 100% left"));
-        row("reset is now", {{"seven_day", window(41)}, {"five_hour", window(23.5, start)}},
-            QStringLiteral("week 59% left"));
-        row("without reset", {{"five_hour", {{"used_percentage", 10.6}}}},
-            QStringLiteral("5h 89% left"));
-        row("other windows only", {{"spend_limit", window(5)}}, waiting);
-        row("no limits", nullptr, waiting);
+        const auto nested = [](std::size_t depth) {
+            return R"({"a":)" + std::string(depth - 1, '[') + std::string(depth - 1, ']') + '}';
+        };
+        QVERIFY(isTaken(nested(64)));
+        QVERIFY(isTaken("{}" + std::string(299'998, ' ')));
+        for (const std::string& text :
+             {nested(65), nested(100'000), std::string(100'000, '['),
+              "{}" + std::string(299'999, ' '), std::string(R"({"a":1)"), std::string("[]"),
+              std::string(R"({"a":1e999})"), std::string("{\"a\":\"\xff\"}")})
+            QVERIFY2(!isTaken(text), text.substr(0, 40).c_str());
     }
 
     void statusLineSaysWhatIsLeft()
     {
-        QFETCH(std::string, limits);
-        const Json snapshot{{"rate_limits", Json::parse(limits)}};
-        QTEST(QString::fromStdString(StatusLineSnapshot::statusLine(snapshot, start)), "line");
-    }
-
-    void previousCommandIsNeverTheBridge_data()
-    {
-        QTest::addColumn<std::string>("saved");
-        QTest::addColumn<bool>("isCommand");
-        const auto row = [](const char* command, bool isCommand) {
-            QTest::newRow(command)
-                << Json{{"type", "command"}, {"command", command}}.dump() << isCommand;
+        const auto line = [](const QString& fiveHour, const QString& week) {
+            return QString::fromStdString(StatusLineSnapshot::statusLine(
+                {{"rate_limits", {{"five_hour", window(fiveHour)}, {"seven_day", window(week)}}}},
+                start));
         };
-        row("~/.claude/line.sh --short", true);
-        row("/opt/It's/Other/vexlo-claude-bridge", true);
-        row("'/data/It'\\''s ours/Gridwell x/vexlo-claude-bridge'", false);
-        row("\"/data/It's ours/Gridwell x/vexlo-claude-bridge\" | cut -c1-9", false);
-        row("/data/It\\'s\\ ours/Gridwell\\ x/vexlo-claude-bridge", false);
-        row("~/'Gridwell x'/vexlo-claude-bridge", false);
-        row("python3 \"$HOME/Gridwell x/claude_bridge.py\"", false);
-        row("", false);
-        for (const char* saved :
-             {R"({"type":"command","command":5})", R"({"type":"command"})",
-              R"({"type":"text","command":"echo"})", R"({"command":"echo"})", R"(["command"])",
-              R"({"type":"command","command":"echo\u0000 x"})", "{"})
-            QTest::newRow(saved) << std::string(saved) << false;
+        QCOMPARE(line(u"23.5"_s, u"41"_s), u"5h 77% left · week 59% left"_s);
+        QCOMPARE(line(u"130"_s, u"-5"_s), u"5h 0% left · week 100% left"_s);
+        QCOMPARE(line(u"23.5@-10000"_s, u"41"_s), u"week 59% left"_s); // resets now
+        QCOMPARE(line(u"10.6@-"_s, u"-"_s), u"5h 89% left"_s);
+        QCOMPARE(line(u"-"_s, u"-"_s), u"Vexlo: waiting for limits"_s);
     }
 
     void previousCommandIsNeverTheBridge()
     {
-        QFETCH(std::string, saved);
-        QTEST(previousCommand(saved, "/data/It's ours/Gridwell x").has_value(), "isCommand");
+        const auto isCommand = [](const std::string& saved) {
+            return previousCommand(saved, "/data/It's ours/Gridwell x").has_value();
+        };
+        const auto saved = [](const char* command) {
+            return Json{{"type", "command"}, {"command", command}}.dump();
+        };
+        for (const char* command :
+             {"~/.claude/line.sh --short", "/opt/It's/Other/vexlo-claude-bridge"})
+            QVERIFY2(isCommand(saved(command)), command);
+        for (const char* command :
+             {"'/data/It'\\''s ours/Gridwell x/vexlo-claude-bridge'",
+              "\"/data/It's ours/Gridwell x/vexlo-claude-bridge\" | cut -c1-9",
+              "/data/It\\'s\\ ours/Gridwell\\ x/vexlo-claude-bridge",
+              "~/'Gridwell x'/vexlo-claude-bridge", "python3 \"$HOME/Gridwell x/claude_bridge.py\"",
+              ""})
+            QVERIFY2(!isCommand(saved(command)), command);
+        for (const char* other :
+             {R"({"type":"command","command":5})", R"({"type":"command"})", R"(["command"])", "{",
+              R"({"type":"text","command":"echo"})", R"({"command":"echo"})",
+              R"({"type":"command","command":"echo\u0000 x"})"})
+            QVERIFY2(!isCommand(other), other);
     }
 };
 

@@ -2,14 +2,11 @@
 
 #include "tests/support/TestFiles.h"
 
-#include <QDir>
 #include <QTemporaryDir>
 #include <QTest>
 
 #include <csignal>
 #include <sys/resource.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
@@ -41,32 +38,25 @@ private slots:
     void init()
     {
         m_folder = std::make_unique<QTemporaryDir>();
-        QVERIFY(m_folder->isValid());
         m_file = m_folder->filePath(u"file"_s);
     }
 
-    void onlyRegularFilesAreRead()
-    {
-        QCOMPARE(readFile(m_file).status, ReadStatus::missing);
-        QCOMPARE(readFile(m_file + u"/below"_s).status, ReadStatus::missing);
-        QCOMPARE(readFile(m_folder->path()).status, ReadStatus::unfit);
-        QCOMPARE(readFile(u"/dev/zero"_s).status, ReadStatus::unfit);
-        QCOMPARE(::mkfifo(QFile::encodeName(m_file).constData(), 0600), 0);
-        QCOMPARE(readFile(m_file).status, ReadStatus::unfit);
-        // Its size is told as 0.
-        QVERIFY(readFile(u"/proc/self/status"_s).contents.contains("Name:"));
-
-        const QString closed = m_folder->filePath(u"closed"_s);
-        writeFile(closed, "x", 0000);
-        QCOMPARE(readFile(closed).status, ReadStatus::denied);
-    }
-
-    void limitIsTheLargestSizeRead()
+    void onlyRegularFilesUpToTheLimitAreRead()
     {
         const QByteArray contents(100'000, 'x');
         writeFile(m_file, contents);
         QCOMPARE(readFile(m_file, contents.size()).contents, contents);
         QCOMPARE(readFile(m_file, contents.size() - 1).status, ReadStatus::unfit);
+        // Its size is told as 0.
+        QVERIFY(readFile(u"/proc/self/status"_s).contents.contains("Name:"));
+        ::chmod(QFile::encodeName(m_file).constData(), 0000);
+        QCOMPARE(readFile(m_file).status, ReadStatus::denied);
+        QCOMPARE(readFile(m_file + u"/below"_s).status, ReadStatus::missing);
+        QVERIFY(QFile::remove(m_file));
+        QCOMPARE(readFile(m_file).status, ReadStatus::missing);
+        QCOMPARE(::mkfifo(QFile::encodeName(m_file).constData(), 0600), 0);
+        for (const QString& path : {m_file, m_folder->path(), u"/dev/zero"_s})
+            QCOMPARE(readFile(path).status, ReadStatus::unfit);
     }
 
     void replacedFileHasExactlyTheContentsAndPermissions()
@@ -80,7 +70,7 @@ private slots:
         QCOMPARE(replaceFile(m_file, "private"), ReplaceStatus::replaced);
         QCOMPARE(permissionsOf(m_file), 0600);
         ::umask(before);
-        QCOMPARE(QDir(m_folder->path()).entryList(QDir::Files | QDir::Hidden), {u"file"_s});
+        QCOMPARE(filesIn(m_folder->path()), QStringList(u"file"_s));
     }
 
     void linksStayAndTheirTargetIsReplaced()
@@ -109,7 +99,7 @@ private slots:
             QCOMPARE(replaceFile(m_file, QByteArray(8192, 'x')), ReplaceStatus::notWritten);
         }
         QCOMPARE(contentsOf(m_file), "old");
-        QCOMPARE(QDir(m_folder->path()).entryList(QDir::Files | QDir::Hidden), {u"file"_s});
+        QCOMPARE(filesIn(m_folder->path()), QStringList(u"file"_s));
 
         QVERIFY(QDir(m_folder->path()).mkdir(u"folder"_s));
         QCOMPARE(replaceFile(m_folder->filePath(u"folder"_s), "x"), ReplaceStatus::notRenamed);

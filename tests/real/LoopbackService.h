@@ -1,7 +1,10 @@
 #pragma once
 
+#include <QCoreApplication>
+#include <QFileInfo>
 #include <QTcpServer>
 #include <QTcpSocket>
+#include <QTest>
 
 #include <functional>
 #include <optional>
@@ -60,3 +63,15 @@ private:
         }
     }
 };
+
+/// The main function of a test against `program`: skips it by name when that is not there.
+template<typename Test> int runAgainst(const QString& program, int argc, char** argv)
+{
+    QCoreApplication application(argc, argv);
+    if (QFileInfo::exists(program)) {
+        Test test;
+        return QTest::qExec(&test, argc, argv);
+    }
+    qInfo("SKIP: %s is not there", qPrintable(program));
+    return 77;
+}

@@ -2,6 +2,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QTest>
 
 #include <sys/types.h>
 
@@ -21,4 +22,11 @@ inline bool groupIsAlive(pid_t group)
             return true;
     }
     return false;
+}
+
+/// Whether nothing of `group` is left. Processes that have been killed take a moment to go on a
+/// busy machine.
+inline bool groupIsGone(pid_t group)
+{
+    return QTest::qWaitFor([group] { return !groupIsAlive(group); });
 }

@@ -1,5 +1,9 @@
 #include "usage/UsageTexts.h"
 
+#include "platform/PreferenceStore.h"
+#include "usage/UsageDisplayMode.h"
+
+#include <QTemporaryDir>
 #include <QTest>
 #include <QTranslator>
 
@@ -24,27 +28,23 @@ private slots:
         QVERIFY(QCoreApplication::installTranslator(&m_english));
     }
 
-    void agesAreFewWords_data()
-    {
-        QTest::addColumn<qint64>("secondsAgo");
-        QTest::addColumn<QString>("text");
-        QTest::newRow("now") << qint64(0) << u"just now"_s;
-        QTest::newRow("59 s") << qint64(59) << u"just now"_s;
-        QTest::newRow("59 s ahead") << qint64(-59) << u"just now"_s;
-        QTest::newRow("60 s") << qint64(60) << u"1 min. ago"_s;
-        QTest::newRow("60 s ahead") << qint64(-60) << u"in 1 min."_s;
-        QTest::newRow("under an hour") << qint64(3599) << u"59 min. ago"_s;
-        QTest::newRow("an hour") << qint64(3600) << u"1 hr. ago"_s;
-        QTest::newRow("under a day") << qint64(86399) << u"23 hr. ago"_s;
-        QTest::newRow("a day") << qint64(86400) << u"1 day ago"_s;
-        QTest::newRow("days") << qint64(3 * 86400 + 5) << u"3 days ago"_s;
-        QTest::newRow("a day ahead") << qint64(-90000) << u"in 1 day"_s;
-    }
-
     void agesAreFewWords()
     {
-        QFETCH(qint64, secondsAgo);
-        QTEST(relativeAge(now - std::chrono::seconds(secondsAgo), now), "text");
+        const std::pair<int, QString> rows[]{
+            {0, u"just now"_s},
+            {59, u"just now"_s},
+            {-59, u"just now"_s},
+            {60, u"1 min. ago"_s},
+            {-60, u"in 1 min."_s},
+            {3599, u"59 min. ago"_s},
+            {3600, u"1 hr. ago"_s},
+            {86399, u"23 hr. ago"_s},
+            {86400, u"1 day ago"_s},
+            {-90000, u"in 1 day"_s},
+            {3 * 86400 + 5, u"3 days ago"_s},
+        };
+        for (const auto& [secondsAgo, text] : rows)
+            QCOMPARE(relativeAge(now - std::chrono::seconds(secondsAgo), now), text);
     }
 
     void resetIsToldInTheLocale()
@@ -54,6 +54,20 @@ private slots:
         QCOMPARE(resetText(window, german, now - 1ms), u"Reset 22.11.26 19:48"_s);
         QCOMPARE(resetText(window, german, now), u"Previous reset 22.11.26 19:48"_s);
         QCOMPARE(resetText({}, german, now), QString());
+    }
+
+    void figureIsWhatIsLeftOrWhatWasUsedAsChosen()
+    {
+        const QTemporaryDir folder;
+        PreferenceStore preferences(folder.filePath(u"preferences.json"_s));
+        QCOMPARE(savedDisplayMode(preferences), UsageDisplayMode::left);
+        QVERIFY(saveDisplayMode(preferences, UsageDisplayMode::used));
+        QCOMPARE(preferences.text(u"usageDisplayMode"_s), u"used"_s);
+        QCOMPARE(savedDisplayMode(preferences), UsageDisplayMode::used);
+        QVERIFY(preferences.setText(u"usageDisplayMode"_s, u"both"_s));
+        QCOMPARE(savedDisplayMode(preferences), UsageDisplayMode::left);
+        QCOMPARE(shownText(UsageDisplayMode::left, 76.5), u"77% left"_s);
+        QCOMPARE(shownText(UsageDisplayMode::used, 76.6), u"23% used"_s);
     }
 
     void statusSaysHowFreshTheLimitsAre()

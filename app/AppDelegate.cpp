@@ -1,0 +1,298 @@
+#include "app/AppDelegate.h"
+
+#include "app/Demo.h"
+#include "app/PreferenceMigration.h"
+#include "characters/CharacterMotion.h"
+#include "characters/ThemeFile.h"
+#include "platform/DesktopAppearance.h"
+#include "platform/PreferenceStore.h"
+#include "platform/StatusItem.h"
+#include "usage/ClaudeSetup.h"
+#include "usage/CodexSnapshot.h"
+#include "usage/ContextCache.h"
+#include "usage/KeychainStore.h"
+#include "usage/ProviderRegistry.h"
+#include "usage/SnapshotFiles.h"
+#include "usage/UsageSources.h"
+#include "usage/UsageTexts.h"
+
+#include <QCoreApplication>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QtConcurrentRun>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+const QString claudeId = u"claude"_s;
+const QString codexId = u"codex"_s;
+constexpr int mostWorkers = 8; // they wait, they don't compute
+
+namespace MenuId {
+const QString open = u"open"_s;
+const QString refresh = u"refresh"_s;
+const QString quit = u"quit"_s;
+} // namespace MenuId
+
+} // namespace
+
+AppDelegate::AppDelegate(const Facilities& facilities)
+    : m_facilities(facilities)
+    , m_panel(new UsagePanelView)
+    , m_window(m_panel)
+    , m_driver(facilities.preferences, facilities.statusItem, *m_panel)
+    , m_runner{.script = facilities.paths.resources + "/provider_snapshot.py"_L1}
+{
+    m_workers.setMaxThreadCount(mostWorkers);
+    onQuit = [] { QCoreApplication::quit(); };
+}
+
+AppDelegate::~AppDelegate()
+{
+    // No child outlives the program: the waits end at once, and end their children.
+    m_cancellation.cancel();
+    m_workers.waitForDone();
+}
+
+void AppDelegate::applicationDidFinishLaunching(bool background)
+{
+    migratePreferences(m_facilities.preferences);
+    configurePanel();
+    configureStatusItem();
+    if (!m_facilities.isDemo)
+        removeOldContextCache(m_facilities.paths.supportDirectory);
+    readSavedUsage();
+    fetchSnapshotProviders();
+    refreshPanel();
+    updateAnimationTimers();
+
+    connect(&m_refreshTimer, &QTimer::timeout, this, &AppDelegate::refresh);
+    m_refreshTimer.start(refreshInterval);
+    fetchCodex();
+    if (!m_facilities.isDemo) {
+        m_workers.start([&setup = m_facilities.claudeSetup] {
+            try {
+                setup.refreshIfConnected();
+            } catch (const ClaudeSetup::Failure&) {
+                // Nobody asked for it now; Settings tells when asked to connect.
+            }
+        });
+    }
+    if (!background) {
+        m_hostTimer.setSingleShot(true);
+        connect(&m_hostTimer, &QTimer::timeout, this, &AppDelegate::openWithoutHost);
+        m_hostTimer.start(hostPatience);
+    }
+}
+
+void AppDelegate::configurePanel()
+{
+    m_window.onShown = [this] { updateAnimationTimers(); };
+    m_window.onClosed = [this] { updateAnimationTimers(); };
+    m_window.onRefresh = [this] { refreshNow(); };
+    m_window.onQuit = [this] { quit(); };
+    m_window.onWindowClosed = [this] {
+        if (!m_facilities.statusItem.isShown())
+            quit();
+    };
+    m_facilities.appearance.onChange = [this] { applyAppearance(); };
+    loadTheme();
+    applyAppearance();
+}
+
+void AppDelegate::configureStatusItem()
+{
+    StatusItem& item = m_facilities.statusItem;
+    item.setMenu({{.id = MenuId::open, .label = tr("Open Vexlo")},
+                  {.id = MenuId::refresh, .label = tr("Refresh now")},
+                  {.isSeparator = true},
+                  {.id = MenuId::quit, .label = tr("Quit")}});
+    item.onActivated = [this](const StatusActivation& click) { togglePanel(click.place); };
+    item.onMenuEntry = [this](const QString& id) {
+        if (id == MenuId::open)
+            showPanel();
+        else if (id == MenuId::refresh)
+            refreshNow();
+        else if (id == MenuId::quit)
+            quit();
+    };
+    item.onShownChanged = [this] {
+        if (m_facilities.statusItem.isShown())
+            m_hostTimer.stop();
+    };
+}
+
+void AppDelegate::applyAppearance()
+{
+    const Appearance appearance = m_facilities.appearance.current();
+    const Palette palette = paletteFor(appearance.scheme, appearance.accent);
+    m_panel->setColors(palette);
+    m_window.setColors(palette);
+    m_driver.setReducedMotion(appearance.reducesMotion);
+}
+
+void AppDelegate::loadTheme()
+{
+    m_theme = PixelTheme::loadSelected(m_facilities.preferences, themeRoots(m_facilities.paths));
+    m_panel->setTheme(&m_theme);
+    m_driver.setTheme(&m_theme);
+}
+
+void AppDelegate::readSavedUsage()
+{
+    for (const ProviderDefinition& row : ProviderRegistry::all()) {
+        if (m_facilities.isDemo) {
+            if (const std::optional<ServiceUsage> usage = Demo::usage(row.id))
+                m_usageByID.insert(row.id, *usage);
+        } else if (row.snapshotFile) {
+            m_usageByID.insert(row.id, savedUsage(m_facilities.registry, row));
+        }
+    }
+}
+
+void AppDelegate::readClaudeUsage()
+{
+    m_usageByID.insert(claudeId,
+                       m_facilities.isDemo ? *Demo::usage(claudeId)
+                                           : claudeUsage(m_facilities.paths.supportDirectory));
+}
+
+void AppDelegate::refresh()
+{
+    readClaudeUsage();
+    if (m_facilities.isDemo)
+        m_usageByID.insert(codexId, *Demo::usage(codexId));
+    refreshPanel();
+    fetchCodex();
+    if (++m_pollCount % providerPolls == 0)
+        fetchSnapshotProviders();
+}
+
+void AppDelegate::refreshNow()
+{
+    readClaudeUsage();
+    refreshPanel();
+    fetchCodex();
+    fetchSnapshotProviders();
+}
+
+void AppDelegate::fetchCodex()
+{
+    if (m_codexRunning || m_facilities.isDemo)
+        return;
+    const bool isFirstContact = isCodexFirstContact(m_facilities.registry);
+    if (!isFirstContact && !m_facilities.registry.isEnabled(codexId))
+        return;
+    m_codexRunning = true;
+    QtConcurrent::run(&m_workers,
+                      [folder = m_facilities.paths.supportDirectory, &cancel = m_cancellation] {
+                          return CodexSnapshot::read(CodexSnapshot::defaultTimeout, folder,
+                                                     &cancel);
+                      })
+        .then(this, [this, isFirstContact](const QByteArray& document) {
+            m_codexRunning = false;
+            takeCodexDocument(document, isFirstContact);
+        });
+}
+
+void AppDelegate::takeCodexDocument(const QByteArray& document, bool isFirstContact)
+{
+    // A newcomer who does not use Codex is not to meet a card that complains about it.
+    if (isFirstContact && QJsonDocument::fromJson(document).object().contains("error"_L1))
+        return;
+    m_usageByID.insert(codexId, codexReadUsage(m_facilities.registry, document));
+    refreshPanel();
+}
+
+void AppDelegate::fetchSnapshotProviders()
+{
+    if (m_facilities.isDemo || !m_runner.isAvailable())
+        return;
+    for (const ProviderDefinition& row : m_facilities.registry.enabledSnapshotProviders()) {
+        if (m_snapshotRunning.contains(row.id))
+            continue;
+        m_snapshotRunning.insert(row.id);
+        QtConcurrent::run(&m_workers, [this, id = row.id] {
+            return m_runner.run(id, m_facilities.keychain.key(id), &m_cancellation);
+        }).then(this, [this, row](const std::optional<QByteArray>& output) {
+            m_snapshotRunning.remove(row.id);
+            if (output)
+                m_usageByID.insert(
+                    row.id, snapshotRunUsage(m_facilities.paths.supportDirectory, row, *output));
+            refreshPanel();
+        });
+    }
+}
+
+QList<ServiceUsage> AppDelegate::shownServices() const
+{
+    QList<ServiceUsage> services;
+    for (const ProviderDefinition& row : m_facilities.registry.visible()) {
+        const auto usage = m_usageByID.constFind(row.id);
+        if (usage != m_usageByID.cend() && m_facilities.registry.isEnabled(row.id))
+            services.append(*usage);
+    }
+    return services;
+}
+
+void AppDelegate::refreshPanel()
+{
+    m_panel->setDisplayMode(savedDisplayMode(m_facilities.preferences));
+    m_panel->setLowLimitLooks(CharacterLowLimit(m_facilities.preferences).looks());
+    m_panel->setServices(shownServices());
+    m_window.fitContent();
+    m_driver.updateStillImages();
+    updateStatusTexts();
+}
+
+void AppDelegate::updateStatusTexts()
+{
+    const QString tightest
+        = tightestLimitText(shownServices(), savedDisplayMode(m_facilities.preferences), QLocale());
+    m_facilities.statusItem.setTitle(tightest.isEmpty() ? u"Vexlo"_s : "Vexlo: "_L1 + tightest);
+    m_facilities.statusItem.setToolTip(
+        u"Vexlo"_s, tightest.isEmpty() ? tr("No limits are known yet") : tightest);
+}
+
+void AppDelegate::updateAnimationTimers()
+{
+    m_driver.updateAnimationTimers(m_window.isVisible());
+}
+
+void AppDelegate::togglePanel(std::optional<QPoint> anchor)
+{
+    if (m_window.isVisible())
+        m_window.close();
+    else if (!m_window.wasJustHidden())
+        showPanel(anchor);
+}
+
+void AppDelegate::showPanel(std::optional<QPoint> anchor)
+{
+    if (m_window.isVisible()) {
+        m_window.raise();
+        m_window.activateWindow();
+        return;
+    }
+    loadTheme();
+    applyAppearance();
+    refreshPanel();
+    m_window.scrollToTop();
+    m_window.showPopover(anchor);
+}
+
+void AppDelegate::openWithoutHost()
+{
+    if (m_facilities.statusItem.isShown() || m_window.isVisible())
+        return;
+    refreshPanel();
+    m_window.showAsWindow(tr("Your desktop shows no status icons, so Vexlo opens as a window."));
+}
+
+void AppDelegate::quit()
+{
+    m_cancellation.cancel();
+    onQuit();
+}

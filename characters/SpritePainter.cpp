@@ -1,0 +1,98 @@
+#include "characters/SpritePainter.h"
+
+#include <QPainter>
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+/// Where the painter's units fall on the device.
+class DeviceGrid {
+public:
+    explicit DeviceGrid(const QPainter& painter)
+        : m_transform(painter.deviceTransform())
+    {
+    }
+
+    /// Whether the device's pixels stand straight, so that rounding makes sense.
+    [[nodiscard]] bool isStraight() const { return m_transform.type() <= QTransform::TxScale; }
+    [[nodiscard]] QRect rounded(const QRectF& rect) const
+    {
+        const QRectF device = m_transform.mapRect(rect);
+        const int left = edge(device.left());
+        const int top = edge(device.top());
+        return {left, top, edge(device.right()) - left, edge(device.bottom()) - top};
+    }
+
+    /// Makes one unit of the painter one device pixel.
+    void apply(QPainter& painter) const
+    {
+        painter.setWorldTransform(m_transform.inverted() * painter.worldTransform());
+    }
+
+private:
+    static int edge(qreal value)
+    {
+        constexpr qreal blur = 1e-6; // arithmetic may put a half just below itself
+        return int(std::floor(value + 0.5 + blur));
+    }
+
+    QTransform m_transform;
+};
+
+/// Calls `visit(row, column, length, letter)` for every stretch of one letter within a row.
+template<typename Visit> void forEachRun(const PixelFrame& rows, Visit visit)
+{
+    for (qsizetype row = 0; row < rows.size(); ++row) {
+        const QString& letters = rows[row];
+        for (qsizetype start = 0; start < letters.size();) {
+            const auto end = std::find_if(letters.cbegin() + start, letters.cend(),
+                                          [first = letters[start]](QChar c) { return c != first; });
+            const qsizetype length = end - letters.cbegin() - start;
+            visit(row, start, length, letters[start]);
+            start += length;
+        }
+    }
+}
+
+} // namespace
+
+std::optional<QColor> letterColor(QChar letter, const QColor& main, const PixelPalette& palette)
+{
+    if (letter == u'.')
+        return std::nullopt;
+    if (const auto entry = palette.constFind(letter); entry != palette.cend())
+        return *entry;
+    if (letter == u'W')
+        return QColor(Qt::white);
+    return letter == u'D' ? QColor(Qt::black) : main;
+}
+
+QSize gridSize(const PixelFrame& frame)
+{
+    const qsizetype columns = frame.isEmpty() ? 1 : frame.first().size();
+    return QSize(int(columns), int(frame.size())).expandedTo({1, 1});
+}
+
+void drawPixelRows(QPainter& painter, const PixelFrame& rows, QPointF topLeft, qreal pixelSize,
+                   const QColor& main, const PixelPalette& palette)
+{
+    const DeviceGrid grid(painter);
+    painter.save();
+    painter.setRenderHint(QPainter::Antialiasing, false);
+    if (grid.isStraight())
+        grid.apply(painter);
+    forEachRun(rows, [&](qsizetype row, qsizetype column, qsizetype length, QChar letter) {
+        const std::optional<QColor> color = letterColor(letter, main, palette);
+        if (!color)
+            return;
+        const QRectF place(topLeft + QPointF(qreal(column), qreal(row)) * pixelSize,
+                           QSizeF(qreal(length), 1) * pixelSize);
+        if (grid.isStraight())
+            painter.fillRect(grid.rounded(place), *color);
+        else
+            painter.fillRect(place, *color);
+    });
+    painter.restore();
+}

@@ -1,0 +1,226 @@
+#include "panel/PanelWindow.h"
+
+#include "panel/PopoverPlacement.h"
+
+#include <QCloseEvent>
+#include <QGuiApplication>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QPainter>
+#include <QPushButton>
+#include <QScreen>
+#include <QScrollArea>
+#include <QScrollBar>
+#include <QShortcut>
+#include <QVBoxLayout>
+
+#include <chrono>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr qint64 justHiddenMilliseconds = 250;
+constexpr int footerMargin = 14; // pixels, as all here
+constexpr int footerGap = 6;
+
+qint64 steadyMilliseconds()
+{
+    using namespace std::chrono;
+    return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
+}
+
+QString colorName(const QColor& color)
+{
+    return color.name(QColor::HexRgb);
+}
+
+/// How the footer and the scroll bar look: flat, in the panel's own colours.
+QString panelStyleSheet(const Palette& palette)
+{
+    return QStringLiteral(
+               "QPushButton { border: none; padding: 4px 6px; border-radius: 5px;"
+               " color: %1; background: transparent; }"
+               "QPushButton:hover { background: %2; color: %3; }"
+               "QPushButton:focus { border: 1px solid %4; padding: 3px 5px; }"
+               "QLabel { color: %1; }"
+               "QScrollArea, QScrollArea > QWidget > QWidget { background: transparent; }"
+               "QScrollBar:vertical { width: 8px; background: transparent; }"
+               "QScrollBar::handle:vertical { background: %5; border-radius: 4px;"
+               " min-height: 24px; }"
+               "QScrollBar::add-line, QScrollBar::sub-line { height: 0; }"
+               "QScrollBar::add-page, QScrollBar::sub-page { background: transparent; }")
+        .arg(colorName(palette.secondaryLabel), colorName(palette.cardBackground),
+             colorName(palette.label), colorName(palette.accent), colorName(palette.separator));
+}
+
+} // namespace
+
+PanelWindow::PanelWindow(QWidget* content)
+    : QWidget(nullptr)
+    , m_scrollArea(new QScrollArea)
+    , m_explanation(new QLabel)
+    , m_refresh(new QPushButton(tr("Refresh")))
+{
+    setWindowTitle(u"Vexlo"_s);
+    setFocusPolicy(Qt::StrongFocus);
+    m_explanation->setWordWrap(true);
+    m_explanation->setContentsMargins(footerMargin, footerMargin, footerMargin, 0);
+    m_explanation->hide();
+    m_scrollArea->setWidget(content);
+    m_scrollArea->setWidgetResizable(true);
+    m_scrollArea->setFrameShape(QFrame::NoFrame);
+    m_scrollArea->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    m_scrollArea->setFocusPolicy(Qt::NoFocus);
+    m_refresh->setToolTip(tr("Ask every service now (Ctrl+R)"));
+    connect(m_refresh, &QPushButton::clicked, this, [this] { onRefresh(); });
+
+    auto* footer = new QHBoxLayout;
+    footer->setContentsMargins(footerMargin, 0, footerMargin, footerMargin / 2);
+    footer->addWidget(m_refresh);
+    footer->addStretch();
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(1, footerGap, 1, 1); // the border's
+    layout->setSpacing(footerGap);
+    layout->addWidget(m_explanation);
+    layout->addWidget(m_scrollArea, 1);
+    layout->addLayout(footer);
+    addShortcuts();
+}
+
+void PanelWindow::addShortcuts()
+{
+    const auto add = [this](const QKeySequence& keys, std::function<void()> PanelWindow::*action) {
+        connect(new QShortcut(keys, this), &QShortcut::activated, this,
+                [this, action] { (this->*action)(); });
+    };
+    add(QKeySequence(Qt::CTRL | Qt::Key_R), &PanelWindow::onRefresh);
+    add(QKeySequence(Qt::CTRL | Qt::Key_Q), &PanelWindow::onQuit);
+}
+
+void PanelWindow::setColors(const Palette& palette)
+{
+    m_palette = palette;
+    setStyleSheet(panelStyleSheet(palette));
+    update();
+}
+
+QScreen* PanelWindow::targetScreen() const
+{
+    QScreen* screen = m_anchor ? QGuiApplication::screenAt(*m_anchor) : nullptr;
+    return screen ? screen : QGuiApplication::primaryScreen();
+}
+
+QSize PanelWindow::wantedSize() const
+{
+    const QSize content = m_scrollArea->widget()->sizeHint();
+    const int around = sizeHint().height() - m_scrollArea->sizeHint().height();
+    const QMargins margins = layout()->contentsMargins();
+    return {content.width() + margins.left() + margins.right(), content.height() + around};
+}
+
+void PanelWindow::place()
+{
+    const QScreen* screen = targetScreen();
+    if (!screen)
+        return;
+    const QRect available = screen->availableGeometry();
+    if (m_isPopover) {
+        const QRect place = popoverGeometry(m_anchor, screen->geometry(), available, wantedSize());
+        // A fixed size is what makes tiling desktops leave the popover alone.
+        setFixedSize(place.size());
+        move(place.topLeft());
+    } else {
+        setMinimumWidth(wantedSize().width());
+        resize(wantedSize().boundedTo(available.size()));
+    }
+}
+
+void PanelWindow::showPopover(std::optional<QPoint> anchor)
+{
+    m_anchor = anchor;
+    m_isPopover = true;
+    m_explanation->hide();
+    setWindowFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
+    place();
+    show();
+    raise();
+    activateWindow();
+    setFocus(); // Tab reaches the first card from here, and nothing is marked unasked
+}
+
+void PanelWindow::showAsWindow(const QString& explanation)
+{
+    m_isPopover = false;
+    m_explanation->setText(explanation);
+    m_explanation->show();
+    setMinimumSize(0, 0);
+    setMaximumSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX);
+    setWindowFlags(Qt::Window);
+    place();
+    show();
+}
+
+void PanelWindow::fitContent()
+{
+    if (isVisible() && m_isPopover)
+        place();
+}
+
+void PanelWindow::scrollToTop()
+{
+    m_scrollArea->verticalScrollBar()->setValue(0);
+}
+
+bool PanelWindow::wasJustHidden() const
+{
+    return m_hiddenAt != 0 && steadyMilliseconds() - m_hiddenAt < justHiddenMilliseconds;
+}
+
+bool PanelWindow::event(QEvent* event)
+{
+    if (event->type() == QEvent::WindowDeactivate && m_isPopover && m_isTransient && isVisible()) {
+        m_hiddenAt = steadyMilliseconds();
+        hide();
+    }
+    return QWidget::event(event);
+}
+
+void PanelWindow::keyPressEvent(QKeyEvent* event)
+{
+    if (event->key() == Qt::Key_Escape)
+        close();
+    else
+        QWidget::keyPressEvent(event);
+}
+
+void PanelWindow::closeEvent(QCloseEvent* event)
+{
+    QWidget::closeEvent(event);
+    if (!m_isPopover)
+        onWindowClosed();
+}
+
+void PanelWindow::showEvent(QShowEvent* event)
+{
+    QWidget::showEvent(event);
+    if (!event->spontaneous())
+        onShown();
+}
+
+void PanelWindow::hideEvent(QHideEvent* event)
+{
+    QWidget::hideEvent(event);
+    if (!event->spontaneous())
+        onClosed();
+}
+
+void PanelWindow::paintEvent(QPaintEvent*)
+{
+    QPainter painter(this);
+    painter.fillRect(rect(), m_palette.windowBackground);
+    if (m_isPopover) {
+        painter.setPen(m_palette.separator);
+        painter.drawRect(rect().adjusted(0, 0, -1, -1));
+    }
+}

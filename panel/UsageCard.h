@@ -1,0 +1,67 @@
+#pragma once
+
+#include "panel/LimitMeter.h"
+#include "usage/ServiceUsage.h"
+#include "usage/UsageDisplayMode.h"
+
+#include <QList>
+#include <QLocale>
+#include <QRectF>
+
+class QImage;
+class QPainter;
+struct Palette;
+
+/// What one service's card says.
+struct UsageCard {
+    QString id;
+    QString name;
+    QList<MeterRow> meters;
+    QString error; // beside the limits; empty for none
+    QString status;
+
+    /// The same in words, for a screen reader.
+    [[nodiscard]] QString spoken() const;
+
+    bool operator==(const UsageCard&) const = default;
+};
+
+/// Makes the card of `service`. `color` is the card's own.
+[[nodiscard]] UsageCard usageCard(const ServiceUsage& service, UsageDisplayMode mode,
+                                  const QColor& color, const QLocale& locale,
+                                  Date now = currentDate());
+
+/// Sizes of a card in points.
+struct CardStyle {
+    qreal width = 340; // of the panel
+    qreal margin = 12; // from the panel's edge to the card
+    qreal gap = 5; // above and below; half the distance of two cards
+    qreal radius = 10;
+    qreal padding = 14;
+    qreal characterSide = 58;
+    qreal textLeft = 92;
+    qreal nameMiddle = 19; // from the card's top
+    qreal firstMeterMiddle = 42;
+    qreal meterPitch = 33; // with a reset line
+    qreal plainMeterPitch = 22;
+    qreal textGap = 10; // between a meter's last line and the text below
+    qreal lineGap = 5; // between two texts
+    qreal nameSize = 13;
+    qreal textSize = 11;
+};
+
+/// Places in a card, in points from the top left corner of the card with its margins.
+struct CardLayout {
+    QRectF frame;
+    QRectF character;
+    QList<qreal> meterMiddles;
+    QRectF error; // empty for none
+    QRectF status;
+    qreal height = 0; // margins included
+};
+
+[[nodiscard]] CardLayout cardLayout(const UsageCard& card, const CardStyle& style = {});
+
+/// Draws everything but the character, which the caller draws at its place.
+void drawCard(QPainter& painter, const UsageCard& card, const CardLayout& layout,
+              const Palette& palette, const CardStyle& style = {});

@@ -1,0 +1,93 @@
+#include "panel/UsageCardView.h"
+
+#include "panel/PanelFonts.h"
+
+#include <QEvent>
+#include <QPaintEvent>
+#include <QPainter>
+
+#include <cmath>
+
+UsageCardView::UsageCardView(QWidget* parent)
+    : QWidget(parent)
+{
+    setFocusPolicy(Qt::TabFocus);
+}
+
+qreal UsageCardView::characterSide()
+{
+    return CardStyle().characterSide * textScale();
+}
+
+void UsageCardView::setCard(const UsageCard& card)
+{
+    if (card == m_card)
+        return;
+    m_card = card;
+    setAccessibleName(card.name);
+    setAccessibleDescription(card.spoken());
+    layOut();
+}
+
+void UsageCardView::layOut()
+{
+    m_layout = cardLayout(m_card);
+    setFixedHeight(sizeHint().height());
+    updateGeometry();
+    update();
+}
+
+void UsageCardView::setColors(const Palette& palette)
+{
+    m_palette = palette;
+    update();
+}
+
+QSize UsageCardView::sizeHint() const
+{
+    const double scale = textScale();
+    return {int(std::ceil(CardStyle().width * scale)), int(std::ceil(m_layout.height * scale))};
+}
+
+QRect UsageCardView::characterRect() const
+{
+    const double scale = textScale();
+    return QRectF(m_layout.character.topLeft() * scale, m_layout.character.size() * scale)
+        .toAlignedRect();
+}
+
+void UsageCardView::setCharacter(const QImage& image)
+{
+    m_character = image;
+    update(characterRect());
+}
+
+bool UsageCardView::event(QEvent* event)
+{
+    // Another font of the desktop's changes every measure.
+    if (event->type() == QEvent::ApplicationFontChange || event->type() == QEvent::FontChange)
+        layOut();
+    return QWidget::event(event);
+}
+
+void UsageCardView::paintEvent(QPaintEvent* event)
+{
+    QPainter painter(this);
+    if (characterRect().contains(event->rect())) {
+        // One more frame of the character: there is nothing but the card's ground around it.
+        painter.fillRect(event->rect(), m_palette.cardBackground);
+    } else {
+        const double scale = textScale();
+        painter.scale(scale, scale);
+        drawCard(painter, m_card, m_layout, m_palette);
+        if (hasFocus()) {
+            painter.setRenderHint(QPainter::Antialiasing);
+            painter.setPen(QPen(m_palette.accent, 2));
+            painter.setBrush(Qt::NoBrush);
+            painter.drawRoundedRect(m_layout.frame.adjusted(1, 1, -1, -1), CardStyle().radius - 1,
+                                    CardStyle().radius - 1);
+        }
+        painter.resetTransform();
+    }
+    painter.drawImage(characterRect().topLeft(), m_character);
+}

@@ -1,0 +1,60 @@
+#pragma once
+
+#include "characters/MascotState.h"
+#include "characters/PixelTheme.h"
+#include "panel/UsageCardView.h"
+
+#include <QWidget>
+
+#include <memory>
+#include <vector>
+
+/// The usage tab: one card per service, in the order in which they were handed over.
+///
+/// Draws what it is given and keeps nothing. Its characters move with `setAnimationTime`; only the
+/// places whose picture changed are painted again.
+class UsagePanelView : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit UsagePanelView(QWidget* parent = nullptr);
+
+    void setServices(const QList<ServiceUsage>& services, Date now = currentDate());
+    [[nodiscard]] const QList<ServiceUsage>& services() const { return m_services; }
+    /// The theme must outlive the view, or its place be taken by another call.
+    void setTheme(const PixelTheme* theme);
+    void setDisplayMode(UsageDisplayMode mode) { m_displayMode = mode; }
+    void setColors(const Palette& palette);
+    /// The characters' clock in seconds.
+    void setAnimationTime(double seconds);
+    /// Whether the characters play their lively loops.
+    void setLively(bool isLively) { m_isLively = isLively; }
+    /// Which low-limit looks are shown.
+    void setLowLimitLooks(LowLimitLooks looks) { m_looks = looks; }
+    /// A mood to show on every card, whatever the limits say.
+    void setLowLimitPreview(std::optional<MascotState> state) { m_preview = state; }
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    [[nodiscard]] QSize sizeHint() const override;
+
+private:
+    struct Slot {
+        UsageCardView* view = nullptr;
+        MascotState state = MascotState::active;
+        QString pictureKey; // of what the card shows
+    };
+
+    void makeViews(qsizetype count);
+    void updateCharacter(Slot& slot, bool force);
+
+    QList<ServiceUsage> m_services;
+    const PixelTheme* m_theme = nullptr;
+    UsageDisplayMode m_displayMode = UsageDisplayMode::left;
+    Palette m_palette;
+    double m_animationTime = 0;
+    bool m_isLively = false;
+    LowLimitLooks m_looks;
+    std::optional<MascotState> m_preview;
+    std::vector<Slot> m_slots;
+};

@@ -1,0 +1,103 @@
+#include "platform/linux/BusInstance.h"
+
+#include <QDBusAbstractAdaptor>
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QStringList>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr auto interfaceName = "dev.gridwell.Vexlo"_L1;
+constexpr auto objectPath = "/dev/gridwell/Vexlo"_L1;
+constexpr int answerPatience = 5000; // ms
+
+class VexloAdaptor final : public QDBusAbstractAdaptor {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "dev.gridwell.Vexlo")
+
+public:
+    VexloAdaptor(QObject* parent, InstanceActions actions)
+        : QDBusAbstractAdaptor(parent)
+        , m_actions(std::move(actions))
+    {
+    }
+
+public slots:
+    void Toggle() { m_actions.toggle(); }
+    void Show(const QString&) { m_actions.show(); } // the tab to come: there is one so far
+    void Refresh() { m_actions.refresh(); }
+    Q_NOREPLY void Quit() { m_actions.quit(); }
+
+private:
+    InstanceActions m_actions;
+};
+
+/// What desktops call on a program that is started from their menus.
+class ApplicationAdaptor final : public QDBusAbstractAdaptor {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Application")
+
+public:
+    ApplicationAdaptor(QObject* parent, InstanceActions actions)
+        : QDBusAbstractAdaptor(parent)
+        , m_actions(std::move(actions))
+    {
+    }
+
+public slots:
+    void Activate(const QVariantMap&) { m_actions.show(); }
+    void Open(const QStringList&, const QVariantMap&) { m_actions.show(); }
+    void ActivateAction(const QString& name, const QVariantList&, const QVariantMap&)
+    {
+        if (name == "refresh"_L1)
+            m_actions.refresh();
+    }
+
+private:
+    InstanceActions m_actions;
+};
+
+} // namespace
+
+BusInstance::BusInstance(bool demo, const QDBusConnection& bus)
+    : m_name(demo ? u"dev.gridwell.Vexlo.Demo"_s : u"dev.gridwell.Vexlo"_s)
+    , m_bus(bus)
+{
+}
+
+BusInstance::~BusInstance()
+{
+    if (m_object)
+        m_bus.unregisterService(m_name);
+}
+
+RunningInstance::Claim BusInstance::claim(const InstanceActions& actions)
+{
+    if (!m_bus.isConnected())
+        return Claim::impossible;
+    // The object first: whoever sees the name may call at once.
+    auto object = std::make_unique<QObject>();
+    new VexloAdaptor(object.get(), actions);
+    new ApplicationAdaptor(object.get(), actions);
+    m_bus.registerObject(objectPath, object.get(), QDBusConnection::ExportAdaptors);
+    if (!m_bus.registerService(m_name))
+        return Claim::taken;
+    m_object = std::move(object);
+    return Claim::first;
+}
+
+bool BusInstance::send(Request request)
+{
+    if (!m_bus.isConnected() || !m_bus.interface()->isServiceRegistered(m_name))
+        return false;
+    const QString method = request == Request::toggle ? u"Toggle"_s : u"Quit"_s;
+    QDBusMessage call = QDBusMessage::createMethodCall(m_name, objectPath, interfaceName, method);
+    call.setAutoStartService(false);
+    if (request == Request::quit)
+        return m_bus.send(call); // it has no time left to answer
+    return m_bus.call(call, QDBus::Block, answerPatience).type() == QDBusMessage::ReplyMessage;
+}
+
+#include "BusInstance.moc"

@@ -1,0 +1,229 @@
+#include "app/AppDelegate.h"
+
+#include "platform/DesktopAppearance.h"
+#include "platform/PreferenceStore.h"
+#include "platform/SecretStore.h"
+#include "platform/StatusItem.h"
+#include "tests/support/TestFiles.h"
+#include "usage/ClaudeSetup.h"
+#include "usage/KeychainStore.h"
+#include "usage/ProviderRegistry.h"
+
+#include <QDir>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// Notes what it is given; the real one has tests of its own.
+class NotedStatusItem final : public StatusItem {
+public:
+    void setImages(const QList<QImage>& shown) override
+    {
+        images = shown;
+        ++imageCount;
+    }
+    void setTitle(const QString& shown) override { title = shown; }
+    void setToolTip(const QString&, const QString& text) override { toolTip = text; }
+    void setMenu(const QList<StatusMenuEntry>& entries) override { menu = entries; }
+    bool isShown() const override { return true; }
+
+    QList<QImage> images;
+    int imageCount = 0;
+    QString title;
+    QString toolTip;
+    QList<StatusMenuEntry> menu;
+};
+
+class ChosenAppearance final : public DesktopAppearance {
+public:
+    Appearance current() const override { return chosen; }
+
+    Appearance chosen;
+};
+
+class NoSecrets final : public SecretStore {
+public:
+    std::optional<QByteArray> secret(const QString&, const QString&) const override { return {}; }
+    bool setSecret(const QString&, const QString&, const QString&, const QByteArray&) override
+    {
+        return false;
+    }
+    bool removeSecret(const QString&, const QString&) override { return false; }
+};
+
+/// A program with a home folder of its own.
+struct Program {
+    explicit Program(const QTemporaryDir& home, bool isDemo = false)
+        : preferences(home.filePath(u"preferences.json"_s))
+        , registry(preferences, home.filePath(u"support"_s), isDemo)
+        , delegate({.preferences = preferences,
+                    .registry = registry,
+                    .keychain = keychain,
+                    .statusItem = statusItem,
+                    .appearance = appearance,
+                    .claudeSetup = claudeSetup,
+                    .paths = {.supportDirectory = home.filePath(u"support"_s),
+                              .resources = QStringLiteral(VEXLO_BUILD_TREE "/share/vexlo")},
+                    .isDemo = isDemo})
+    {
+    }
+
+    NoSecrets secrets;
+    KeychainStore keychain{secrets};
+    ClaudeSetup claudeSetup{{}};
+    NotedStatusItem statusItem;
+    ChosenAppearance appearance;
+    PreferenceStore preferences;
+    ProviderRegistry registry;
+    AppDelegate delegate;
+};
+
+QByteArray claudeSnapshot(int used)
+{
+    const QByteArray now = QByteArray::number(secondsSince1970(currentDate()), 'f', 3);
+    const QByteArray reset = QByteArray::number(secondsSince1970(currentDate()) + 3600, 'f', 0);
+    return R"({"context": {}, "observed_at": )" + now
+        + R"(, "rate_limits": {"five_hour": {"used_percentage": )" + QByteArray::number(used)
+        + R"(, "resets_at": )" + reset + "}}}";
+}
+
+} // namespace
+
+class AppDelegateTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        m_home = std::make_unique<QTemporaryDir>();
+        QVERIFY(QDir(m_home->path()).mkpath(u"support"_s));
+        QVERIFY(QDir(m_home->path()).mkpath(u"bin"_s));
+        m_claudeFile = m_home->filePath(u"support/claude-usage.json"_s);
+        qputenv("HOME", QFile::encodeName(m_home->path()));
+        qputenv("PATH", QFile::encodeName(m_home->filePath(u"bin"_s)) + ":/usr/bin:/bin");
+    }
+
+    void recordsAreReadShownAndReadAgain()
+    {
+        writeFile(m_claudeFile, claudeSnapshot(20));
+        writeFile(m_home->filePath(u"support/codex-context.json"_s), "{}");
+        Program program(*m_home);
+        program.delegate.applicationDidFinishLaunching(true);
+        QCOMPARE(program.delegate.usageByID().value(u"claude"_s).windows.value(0).remaining, 80.0);
+        QVERIFY(program.statusItem.toolTip.startsWith("Claude: 5-hour 80% left, Reset "_L1));
+        QCOMPARE(program.statusItem.title, "Vexlo: "_L1 + program.statusItem.toolTip);
+        QCOMPARE(program.statusItem.menu.value(0).label, u"Open Vexlo"_s);
+        QCOMPARE(program.statusItem.images.value(0).size(), QSize(22, 22));
+        QCOMPARE(program.statusItem.images.value(1).size(), QSize(44, 44));
+        QVERIFY(!contentsOf(m_claudeFile).contains("context"));
+        QVERIFY(!QFileInfo::exists(m_home->filePath(u"support/codex-context.json"_s)));
+
+        writeFile(m_claudeFile, claudeSnapshot(95));
+        program.delegate.refresh();
+        QVERIFY(program.statusItem.toolTip.startsWith("Claude: 5-hour 5% left"_L1));
+    }
+
+    void clockRunsOnlyWhileThePanelIsOpen()
+    {
+        writeFile(m_claudeFile, claudeSnapshot(20));
+        Program program(*m_home);
+        program.delegate.applicationDidFinishLaunching(true);
+        QCOMPARE(program.statusItem.imageCount, 1);
+        program.delegate.refresh();
+        QCOMPARE(program.statusItem.imageCount, 1); // the same picture
+        QVERIFY(!program.delegate.driver().isRunning());
+        program.delegate.togglePanel();
+        QVERIFY(program.delegate.panelWindow().isVisible());
+        QVERIFY(program.delegate.driver().isRunning());
+
+        const int before = program.statusItem.imageCount;
+        for (int step = 0; step < 50; ++step) // three seconds of the clock
+            program.delegate.driver().advanceAnimation();
+        const int drawn = program.statusItem.imageCount - before;
+        QVERIFY2(drawn > 0 && drawn <= 12, qPrintable(QString::number(drawn)));
+
+        QTest::keyClick(&program.delegate.panelWindow(), Qt::Key_Escape);
+        QVERIFY(!program.delegate.panelWindow().isVisible());
+        QVERIFY(!program.delegate.driver().isRunning());
+    }
+
+    void reducedMotionStandsStill()
+    {
+        Program program(*m_home, true);
+        program.appearance.chosen.reducesMotion = true;
+        program.delegate.applicationDidFinishLaunching(true);
+        program.delegate.togglePanel();
+        const int before = program.statusItem.imageCount;
+        for (int step = 0; step < 100; ++step)
+            program.delegate.driver().advanceAnimation();
+        QCOMPARE(program.statusItem.imageCount, before);
+    }
+
+    void codexIsAskedOnceAtATime()
+    {
+        // It notes each start and answers when it is let go.
+        const QString started = m_home->filePath(u"started"_s);
+        const QString letGo = m_home->filePath(u"let-go"_s);
+        writeFile(
+            m_home->filePath(u"bin/codex"_s),
+            "#!/bin/sh\necho x >>\"" + started.toUtf8() + "\"\nmkfifo \"" + letGo.toUtf8()
+                + "\"\nread -r line <\"" + letGo.toUtf8()
+                + "\"\necho "
+                  "'{\"id\":2,\"result\":{\"rateLimits\":{\"primary\":{\"usedPercent\":8}}}}'\n",
+            0700);
+        Program program(*m_home);
+        program.delegate.applicationDidFinishLaunching(true);
+        QTRY_VERIFY(QFileInfo::exists(letGo));
+        program.delegate.refreshNow();
+        program.delegate.refresh();
+        writeFile(letGo, "go\n");
+        QTRY_COMPARE(program.delegate.usageByID().value(u"codex"_s).windows.size(), 1);
+        QCOMPARE(contentsOf(started), "x\n");
+        QVERIFY(program.statusItem.toolTip.startsWith("Codex: Short limit 92% left"_L1));
+    }
+
+    void demoStartsAndTouchesNothing()
+    {
+        const QString started = m_home->filePath(u"started"_s);
+        writeFile(m_home->filePath(u"bin/codex"_s),
+                  "#!/bin/sh\necho x >>\"" + started.toUtf8() + "\"\n", 0700);
+        writeFile(m_claudeFile, claudeSnapshot(99));
+        {
+            Program program(*m_home, true);
+            program.delegate.applicationDidFinishLaunching(true);
+            program.delegate.refresh();
+            program.delegate.refreshNow();
+            QCOMPARE(program.delegate.usageByID().value(u"claude"_s).windows.value(0).remaining,
+                     64.0);
+        }
+        QVERIFY(!QFileInfo::exists(started));
+        QVERIFY(contentsOf(m_claudeFile).contains("context"));
+        QCOMPARE(QDir(m_home->filePath(u"support"_s)).entryList(QDir::Files).size(), 1);
+    }
+
+    void menuAndKeysWork()
+    {
+        Program program(*m_home, true);
+        bool hasQuit = false;
+        program.delegate.onQuit = [&hasQuit] { hasQuit = true; };
+        program.delegate.applicationDidFinishLaunching(true);
+        program.statusItem.onMenuEntry(program.statusItem.menu.value(0).id);
+        QVERIFY(program.delegate.panelWindow().isVisible());
+        program.statusItem.onMenuEntry(program.statusItem.menu.value(0).id);
+        QVERIFY(program.delegate.panelWindow().isVisible()); // it opens, it does not toggle
+        program.statusItem.onActivated({});
+        QVERIFY(!program.delegate.panelWindow().isVisible());
+        program.statusItem.onMenuEntry(program.statusItem.menu.constLast().id);
+        QVERIFY(hasQuit);
+    }
+
+private:
+    std::unique_ptr<QTemporaryDir> m_home;
+    QString m_claudeFile;
+};
+
+QTEST_MAIN(AppDelegateTest)
+#include "AppDelegateTest.moc"
