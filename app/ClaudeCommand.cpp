@@ -15,13 +15,20 @@ class Texts {
 
 const QString claudeId = u"claude"_s;
 
+/// For a card that may not be shown, or not be gone, after the next start.
+QString unsavedText()
+{
+    return Texts::tr("Vexlo's own preferences could not be written.");
+}
+
 } // namespace
 
 ClaudeOutcome connectClaude(ClaudeSetup& setup, ProviderRegistry& registry)
 {
     try {
-        const QString message = setup.connect();
-        registry.setEnabled(claudeId, true);
+        QString message = setup.connect();
+        if (!registry.setEnabled(claudeId, true))
+            message += u' ' + unsavedText();
         return {true, Texts::tr("Claude Code connected"), message};
     } catch (const ClaudeSetup::Failure& failure) {
         return {false, Texts::tr("Connection failed"), failure.text()};
@@ -31,8 +38,9 @@ ClaudeOutcome connectClaude(ClaudeSetup& setup, ProviderRegistry& registry)
 ClaudeOutcome disconnectClaude(ClaudeSetup& setup, ProviderRegistry& registry)
 {
     try {
-        const QString message = setup.disconnect();
-        registry.removeSwitch(claudeId);
+        QString message = setup.disconnect();
+        if (!registry.removeSwitch(claudeId))
+            message += u' ' + unsavedText();
         return {true, Texts::tr("Claude Code disconnected"), message};
     } catch (const ClaudeSetup::Failure& failure) {
         return {false, Texts::tr("Disconnect failed"), failure.text()};

@@ -147,6 +147,6 @@ Qt's own options are accepted too.
 
 Exit code of --status: 0 fine, 1 some limit has 10 % or less left, 2 some limit
 is used up, 3 nothing is known. Of the rest: 0 done, 1 failed. 64 is a command
-line that makes no sense.
+line that makes no sense, 74 an output that could not be written.
 )");
 }

@@ -20,11 +20,15 @@ namespace {
 const QString codexId = u"codex"_s;
 
 /// The rows with limits to show: the calendar and the notes have none.
-QList<ProviderDefinition> shownServices(const ProviderRegistry& registry)
+QList<ProviderDefinition> shownServices(const ProviderRegistry& registry,
+                                        const QHash<QString, ServiceUsage>& fresh = {})
 {
     QList<ProviderDefinition> rows = registry.visible();
-    rows.removeIf([&registry](const ProviderDefinition& row) {
-        return row.id == "calendar"_L1 || row.id == "notes"_L1 || !registry.isEnabled(row.id);
+    rows.removeIf([&](const ProviderDefinition& row) {
+        // A first answer that could not be saved for want of space is worth showing all the same.
+        const bool isOn = registry.isEnabled(row.id)
+            || (fresh.contains(row.id) && !registry.hasSwitch(row.id));
+        return row.id == "calendar"_L1 || row.id == "notes"_L1 || !isOn;
     });
     return rows;
 }
@@ -33,7 +37,7 @@ QList<ServiceUsage> status(const ProviderRegistry& registry,
                            const QHash<QString, ServiceUsage>& fresh)
 {
     QList<ServiceUsage> services;
-    for (const ProviderDefinition& row : shownServices(registry)) {
+    for (const ProviderDefinition& row : shownServices(registry, fresh)) {
         const auto read = fresh.constFind(row.id);
         services.append(read != fresh.cend() ? *read : savedUsage(registry, row));
     }

@@ -15,11 +15,16 @@
 #include <QSocketNotifier>
 #include <QTranslator>
 
+#include <cstdio>
+#include <unistd.h>
+
 using namespace Qt::StringLiterals;
 
 namespace {
 
 using Command = CommandLine::Command;
+
+constexpr int outputErrorExitCode = 74; // as sysexits.h has it
 
 class Texts {
     Q_DECLARE_TR_FUNCTIONS(Main)
@@ -116,6 +121,11 @@ int runApplication(Session& session)
         notifier.setEnabled(false);
         delegate.quit();
     });
+    if (::isatty(STDOUT_FILENO) != 0 && !session.line.background)
+        printOut(
+            Texts::tr("Vexlo is in your desktop's status bar. Click its character, or run it with "
+                      "--toggle.")
+            + u'\n');
     delegate.applicationDidFinishLaunching(session.line.background);
     if (session.line.command == Command::toggle)
         delegate.showPanel();
@@ -197,5 +207,11 @@ int main(int argc, char** argv)
             + u'\n');
         return 1;
     }
-    return run(line, QString::fromLocal8Bit(argc > 0 ? argv[0] : "vexlo"));
+    const int exitCode = run(line, QString::fromLocal8Bit(argc > 0 ? argv[0] : "vexlo"));
+    // A report that is lost on its way must not look like one that says all is well.
+    if (std::ferror(stdout) != 0) {
+        printError("vexlo: "_L1 + Texts::tr("the output could not be written") + u'\n');
+        return outputErrorExitCode;
+    }
+    return exitCode;
 }

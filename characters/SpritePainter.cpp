@@ -15,8 +15,6 @@ public:
     {
     }
 
-    /// Whether the device's pixels stand straight, so that rounding makes sense.
-    [[nodiscard]] bool isStraight() const { return m_transform.type() <= QTransform::TxScale; }
     [[nodiscard]] QRect rounded(const QRectF& rect) const
     {
         const QRectF device = m_transform.mapRect(rect);
@@ -80,19 +78,12 @@ void drawPixelRows(QPainter& painter, const PixelFrame& rows, QPointF topLeft, q
 {
     const DeviceGrid grid(painter);
     painter.save();
-    painter.setRenderHint(QPainter::Antialiasing, false);
-    if (grid.isStraight())
-        grid.apply(painter);
+    grid.apply(painter);
     forEachRun(rows, [&](qsizetype row, qsizetype column, qsizetype length, QChar letter) {
-        const std::optional<QColor> color = letterColor(letter, main, palette);
-        if (!color)
-            return;
         const QRectF place(topLeft + QPointF(qreal(column), qreal(row)) * pixelSize,
                            QSizeF(qreal(length), 1) * pixelSize);
-        if (grid.isStraight())
+        if (const std::optional<QColor> color = letterColor(letter, main, palette))
             painter.fillRect(grid.rounded(place), *color);
-        else
-            painter.fillRect(place, *color);
     });
     painter.restore();
 }

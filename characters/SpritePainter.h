@@ -36,6 +36,6 @@ using PixelPalette = QHash<QChar, QColor>;
 /// the painter's units. Clear letters touch nothing.
 ///
 /// Every edge lies on a whole device pixel, so that neighbours meet without a gap at any size and
-/// scale; only under a rotation are the edges where the arithmetic puts them.
+/// scale. The painter may be moved and scaled, but not turned.
 void drawPixelRows(QPainter& painter, const PixelFrame& rows, QPointF topLeft, qreal pixelSize,
                    const QColor& main, const PixelPalette& palette = {});

@@ -218,9 +218,8 @@ void PanelWindow::hideEvent(QHideEvent* event)
 void PanelWindow::paintEvent(QPaintEvent*)
 {
     QPainter painter(this);
-    painter.fillRect(rect(), m_palette.windowBackground);
-    if (m_isPopover) {
-        painter.setPen(m_palette.separator);
-        painter.drawRect(rect().adjusted(0, 0, -1, -1));
-    }
+    // A border as two fills: a line would fall between device pixels on some screens.
+    const int border = m_isPopover ? 1 : 0;
+    painter.fillRect(rect(), m_palette.separator);
+    painter.fillRect(rect().adjusted(border, border, -border, -border), m_palette.windowBackground);
 }

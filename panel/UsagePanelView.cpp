@@ -11,7 +11,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr qreal emptyHeight = 150; // points
+constexpr qreal emptyHeight = 170; // points
 constexpr qreal emptyTitleSize = 14;
 constexpr qreal emptyHintSize = 11;
 
@@ -132,9 +132,13 @@ void UsagePanelView::paintEvent(QPaintEvent*)
     const QRectF area(0, 0, width() / scale, height() / scale);
     painter.setPen(m_palette.label);
     painter.setFont(textFont(emptyTitleSize, QFont::DemiBold));
-    painter.drawText(area.adjusted(16, 0, -16, -24), Qt::AlignCenter, tr("Nothing to show yet"));
+    painter.drawText(area.adjusted(16, 0, -16, -72), Qt::AlignCenter, tr("Nothing to show yet"));
     painter.setPen(m_palette.secondaryLabel);
     painter.setFont(textFont(emptyHintSize));
-    painter.drawText(area.adjusted(16, 32, -16, 0), int(Qt::AlignCenter) | Qt::TextWordWrap,
+    painter.drawText(area.adjusted(16, 0, -16, -16), int(Qt::AlignCenter) | Qt::TextWordWrap,
                      tr("Open Settings > General to choose what to show."));
+    painter.drawText(
+        area.adjusted(16, 56, -16, 0), int(Qt::AlignCenter) | Qt::TextWordWrap,
+        tr("vexlo --connect-claude connects Claude Code. Codex is found by itself once "
+           "you have logged in."));
 }

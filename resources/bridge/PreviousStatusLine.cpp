@@ -1,6 +1,6 @@
 #include "resources/bridge/PreviousStatusLine.h"
 
-#include "resources/bridge/Descriptor.h"
+#include "resources/bridge/OwnedDescriptor.h"
 #include "resources/bridge/InstalledNames.h"
 #include "resources/bridge/StatusLineSnapshot.h"
 

@@ -1,7 +1,7 @@
 #include "resources/bridge/SupportFolder.h"
 
 #include "resources/bridge/CallInterrupter.h"
-#include "resources/bridge/Descriptor.h"
+#include "resources/bridge/OwnedDescriptor.h"
 
 #include <array>
 #include <cerrno>
@@ -88,7 +88,7 @@ bool SupportFolder::contains(const char* name) const
 std::optional<std::string> SupportFolder::read(const char* name, std::size_t byteLimit) const
 {
     // A pipe without a writer would block here, and a terminal would become ours.
-    const Descriptor file(openat(m_descriptor, name, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    const OwnedDescriptor file(openat(m_descriptor, name, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     struct stat status;
     if (fstat(file.number(), &status) != 0 || !S_ISREG(status.st_mode)
         || static_cast<std::size_t>(status.st_size) > byteLimit)
@@ -111,7 +111,7 @@ bool SupportFolder::replace(const char* name, std::string_view contents) const
 {
     const EndingSignalsHeld held;
     unlinkat(m_descriptor, temporaryName, 0); // left by a bridge that was killed
-    Descriptor file(openat(m_descriptor, temporaryName,
+    OwnedDescriptor file(openat(m_descriptor, temporaryName,
                            O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
     if (file.number() < 0)
         return false;

@@ -105,6 +105,8 @@ private slots:
         QCOMPARE(loadedTheme().menu.active.first(), PixelFrame{u"CC"_s});
         addTheme(u"user/night"_s, themeData("night", "['CCC']"));
         QCOMPARE(loadedTheme().menu.active.first(), PixelFrame{u"CCC"_s});
+        addTheme(u"user/night"_s, themeData("night", "['X']"));
+        QCOMPARE(loadedTheme().menu.active.first(), PixelFrame{u"CC"_s});
         addTheme(u"user/night"_s, themeData("day")); // not what its folder says
         QCOMPARE(loadedTheme().menu.active.first(), PixelFrame{u"CC"_s});
         m_preferences->setText(u"selectedTheme"_s, u"gone"_s);
@@ -121,7 +123,7 @@ private slots:
         QCOMPARE(loaded(), u"original"_s);
 
         // What would be found outside of the roots, or above them, is not.
-        for (const QString& id : {u"../x"_s, u"sub/x"_s, u"..\\x"_s, u""_s, u".x"_s}) {
+        for (const QString& id : {u"../x"_s, u"sub/x"_s, u"y\\x"_s, u""_s, u".x"_s}) {
             addTheme(u"user/"_s + id, themeData(QByteArray(id.toUtf8()).replace("\\", "\\\\")));
             m_preferences->setText(u"selectedTheme"_s, id);
             QCOMPARE(loaded(), u"original"_s);

@@ -131,7 +131,7 @@ private:
 class Watcher : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.kde.StatusNotifierWatcher")
-    Q_PROPERTY(bool IsStatusNotifierHostRegistered MEMBER hasHost)
+    Q_PROPERTY(bool IsStatusNotifierHostRegistered READ tellsHost)
 
 public:
     Watcher()
@@ -148,7 +148,14 @@ public:
         emit StatusNotifierHostRegistered();
     }
 
+    bool tellsHost()
+    {
+        ++questions;
+        return hasHost;
+    }
+
     bool hasHost = false;
+    int questions = 0;
     QStringList names;
 
 public slots:
@@ -411,7 +418,7 @@ private slots:
         const Trayer tray;
         QVERIFY(!awaitPicture(magenta).isNull());
         Watcher watcher;
-        QTRY_COMPARE(watcher.names.size(), 1);
+        QTRY_COMPARE(watcher.questions, 1);
         QCOMPARE(watcher.names.first(),
                  u"org.kde.StatusNotifierItem-%1-1"_s.arg(QCoreApplication::applicationPid()));
         QVERIFY(!find(magenta).isNull()); // a list of items shows nothing yet

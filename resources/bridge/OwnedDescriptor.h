@@ -7,15 +7,15 @@
 #include <unistd.h>
 
 /// Owns a file descriptor; a negative number stands for none.
-class Descriptor {
+class OwnedDescriptor {
 public:
-    explicit Descriptor(int number)
+    explicit OwnedDescriptor(int number)
         : m_number(number)
     {
     }
-    ~Descriptor() { close(); }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
+    ~OwnedDescriptor() { close(); }
+    OwnedDescriptor(const OwnedDescriptor&) = delete;
+    OwnedDescriptor& operator=(const OwnedDescriptor&) = delete;
 
     [[nodiscard]] int number() const { return m_number; }
 
