@@ -188,10 +188,29 @@ bool PanelWindow::event(QEvent* event)
 
 void PanelWindow::keyPressEvent(QKeyEvent* event)
 {
-    if (event->key() == Qt::Key_Escape)
+    QScrollBar* bar = m_scrollArea->verticalScrollBar();
+    switch (event->key()) {
+    case Qt::Key_Escape:
         close();
-    else
+        break;
+    case Qt::Key_Up:
+    case Qt::Key_Down:
+        bar->triggerAction(event->key() == Qt::Key_Up ? QAbstractSlider::SliderSingleStepSub
+                                                      : QAbstractSlider::SliderSingleStepAdd);
+        break;
+    case Qt::Key_PageUp:
+    case Qt::Key_PageDown:
+        bar->triggerAction(event->key() == Qt::Key_PageUp ? QAbstractSlider::SliderPageStepSub
+                                                          : QAbstractSlider::SliderPageStepAdd);
+        break;
+    case Qt::Key_Home:
+    case Qt::Key_End:
+        bar->triggerAction(event->key() == Qt::Key_Home ? QAbstractSlider::SliderToMinimum
+                                                        : QAbstractSlider::SliderToMaximum);
+        break;
+    default:
         QWidget::keyPressEvent(event);
+    }
 }
 
 void PanelWindow::closeEvent(QCloseEvent* event)

@@ -228,8 +228,6 @@ void LinuxAppearance::askPortal()
 void LinuxAppearance::settingChanged(const QString& group, const QString& key,
                                      const QDBusVariant& value)
 {
-    if (group != Portal::common && group != Portal::gnome)
-        return;
     m_portal[group].insert(key, plainValue(value.variant()));
     update();
 }

@@ -117,11 +117,12 @@ private slots:
         const QTemporaryDir folder;
         PreferenceStore preferences(folder.filePath(u"preferences.json"_s));
         QCOMPARE(CharacterMotion::animationSpeed(preferences), 1);
-        for (const auto& [stored, factor] : {std::pair(7, 2.0), {-3, 0.5}, {1, 1.0}}) {
+        for (const auto& [stored, step] : {std::pair(7, 2), {-3, 0}, {0, 0}}) {
             preferences.setInteger(u"characterAnimationSpeed"_s, stored);
-            const int step = CharacterMotion::animationSpeed(preferences);
-            QCOMPARE(CharacterMotion::speedFactor(step), factor);
+            QCOMPARE(CharacterMotion::animationSpeed(preferences), step);
         }
+        QCOMPARE(CharacterMotion::speedFactor(0), 0.5);
+        QCOMPARE(CharacterMotion::speedFactor(2), 2.0);
         QVERIFY(CharacterMotion::playsLively(preferences, false));
         QVERIFY(!CharacterMotion::playsLively(preferences, true));
         for (const auto& [stored, lively] : {std::pair(u"Calm"_s, true), {u"calm"_s, false}}) {

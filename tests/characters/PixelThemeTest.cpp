@@ -117,7 +117,7 @@ private slots:
         QCOMPARE(characters.characterRows(u"rex"_s, 2, false), openEyes);
         characters.id = u"original"_s;
         characters.findArt = artFor;
-        QCOMPARE(characters.characterRows(u"rex"_s, 3, true), PixelFrame{u"B"_s});
+        QCOMPARE(characters.characterRows(u"rex"_s, 5, true), PixelFrame{u"B"_s});
     }
 
     void colorsFollowTheUsersChoices()

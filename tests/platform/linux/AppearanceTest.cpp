@@ -242,14 +242,17 @@ private slots:
         const QString file = folder.filePath(u"kdeglobals"_s);
         const LinuxAppearance appearance(QDBusConnection::sessionBus(), file);
         const QString replacement = file + u".new"_s;
+        const QByteArray key = "[Colors:Window]\nBackgroundNormal=";
         for (int round = 0; round < 2; ++round) {
-            writeFile(replacement, "[Colors:Window]\nBackgroundNormal=0,0,0");
+            writeFile(replacement, key + "0,0,0");
             QCOMPARE(std::rename(qPrintable(replacement), qPrintable(file)), 0);
             QTRY_COMPARE(appearance.current().scheme, ColorScheme::dark);
-            writeFile(file, "[Colors:Window]\nBackgroundNormal=255,255,255");
-            QTRY_COMPARE(appearance.current().scheme, ColorScheme::light);
-            writeFile(replacement, "[Colors:Window]\nBackgroundNormal=1,1,1");
+            QFile reader(file); // keeps the old file alive
+            QVERIFY(reader.open(QIODevice::ReadOnly));
+            writeFile(replacement, key + "255,255,255");
             QCOMPARE(std::rename(qPrintable(replacement), qPrintable(file)), 0);
+            QTRY_COMPARE(appearance.current().scheme, ColorScheme::light);
+            writeFile(file, key + "1,1,1");
             QTRY_COMPARE(appearance.current().scheme, ColorScheme::dark);
             QVERIFY(QFile::remove(file));
             QTRY_COMPARE(appearance.current().scheme, ColorScheme::light);
