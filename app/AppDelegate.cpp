@@ -242,7 +242,10 @@ void AppDelegate::refreshPanel()
     m_panel->setDisplayMode(savedDisplayMode(m_facilities.preferences));
     m_panel->setLowLimitLooks(CharacterLowLimit(m_facilities.preferences).looks());
     m_panel->setServices(shownServices());
-    m_window.fitContent();
+    if (m_window.isVisible()) {
+        m_panel->showCards();
+        m_window.fitContent();
+    }
     m_driver.updateStillImages();
     updateStatusTexts();
 }
@@ -279,6 +282,7 @@ void AppDelegate::showPanel(std::optional<QPoint> anchor)
     loadTheme();
     applyAppearance();
     refreshPanel();
+    m_panel->showCards();
     m_window.scrollToTop();
     m_window.showPopover(anchor);
 }
@@ -288,6 +292,7 @@ void AppDelegate::openWithoutHost()
     if (m_facilities.statusItem.isShown() || m_window.isVisible())
         return;
     refreshPanel();
+    m_panel->showCards();
     m_window.showAsWindow(tr("Your desktop shows no status icons, so Vexlo opens as a window."));
 }
 

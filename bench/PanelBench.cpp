@@ -52,6 +52,7 @@ int main(int argc, char** argv)
     panel->setTheme(&theme);
     panel->setLively(true);
     panel->setServices(Demo::all());
+    panel->showCards();
 
     Median menuImage;
     Median tick;
@@ -66,6 +67,7 @@ int main(int argc, char** argv)
         watch.hasPainted = false;
         opening.time([&] {
             panel->setServices(Demo::all());
+            panel->showCards();
             window.showPopover(QPoint(900, 10));
             while (!watch.hasPainted)
                 QApplication::processEvents(QEventLoop::WaitForMoreEvents);

@@ -61,19 +61,18 @@ void UsagePanelView::makeViews(qsizetype count)
     }
 }
 
-void UsagePanelView::setServices(const QList<ServiceUsage>& services, Date now)
+void UsagePanelView::showCards(Date now)
 {
-    m_services = services;
-    makeViews(services.size());
-    for (qsizetype i = 0; i < services.size(); ++i) {
-        const ServiceUsage& service = services[i];
+    makeViews(m_services.size());
+    for (qsizetype i = 0; i < m_services.size(); ++i) {
+        const ServiceUsage& service = m_services[i];
         Slot& slot = m_slots[size_t(i)];
         const QColor color = m_theme ? m_theme->color(service.id) : QColor();
         slot.view->setCard(usageCard(service, m_displayMode, color, QLocale(), now));
         slot.state = lowLimitState(service, m_preview, m_looks, now);
         updateCharacter(slot, false);
     }
-    setAccessibleName(services.isEmpty() ? tr("Nothing to show yet") : tr("AI Usage"));
+    setAccessibleName(m_services.isEmpty() ? tr("Nothing to show yet") : tr("AI Usage"));
     updateGeometry();
     update();
 }

@@ -19,7 +19,10 @@ class UsagePanelView : public QWidget {
 public:
     explicit UsagePanelView(QWidget* parent = nullptr);
 
-    void setServices(const QList<ServiceUsage>& services, Date now = currentDate());
+    void setServices(const QList<ServiceUsage>& services) { m_services = services; }
+    /// Brings the cards up to date with all that was set. Left to the caller, so that a closed panel
+    /// costs neither time nor the memory of fonts that are not seen.
+    void showCards(Date now = currentDate());
     [[nodiscard]] const QList<ServiceUsage>& services() const { return m_services; }
     /// The theme must outlive the view, or its place be taken by another call.
     void setTheme(const PixelTheme* theme);

@@ -2,8 +2,8 @@
 
 #include <QDBusArgument>
 #include <QDBusMessage>
-#include <QDBusPendingCallWatcher>
 #include <QDBusMetaType>
+#include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QEvent>
 #include <QFile>
