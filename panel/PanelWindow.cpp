@@ -86,6 +86,11 @@ PanelWindow::PanelWindow(QWidget* content)
     layout->addWidget(m_scrollArea, 1);
     layout->addLayout(footer);
     addShortcuts();
+    // A screen that is unplugged takes the popover's place with it. Qt has moved on by the next
+    // turn.
+    connect(
+        qApp, &QGuiApplication::screenRemoved, this, [this] { fitContent(); },
+        Qt::QueuedConnection);
 }
 
 void PanelWindow::addShortcuts()
