@@ -33,7 +33,7 @@ constexpr int otherSessions = 5; // known to the snapshot beside the one that is
 /// What Claude Code sends, about 1.5 KB, with figures that differ from run to run.
 std::string statusLineInput(const std::string& session, int run)
 {
-    const std::string folder = R"("/home/ada/work/a-project-with-a-name-of-usual-length)";
+    const std::string folder = R"("/home/ada/code/a-project-with-a-name-of-usual-length)";
     const auto resetsAt = std::to_string(std::time(nullptr) + 9000);
     return R"({"session_id":")" + session + R"(","transcript_path":)" + folder + '/'
         + std::string(300, 't') + R"(.jsonl","cwd":)" + folder + R"(","prompt_id":"5d0c7c3a-2222",)"
