@@ -28,7 +28,7 @@ public slots:
     void Toggle() { m_actions.toggle(); }
     void Show(const QString&) { m_actions.show(); } // the tab to come: there is one so far
     void Refresh() { m_actions.refresh(); }
-    Q_NOREPLY void Quit() { m_actions.quit(); }
+    void Quit() { m_actions.quit(); }
 
 private:
     InstanceActions m_actions;
@@ -95,9 +95,11 @@ bool BusInstance::send(Request request)
     const QString method = request == Request::toggle ? u"Toggle"_s : u"Quit"_s;
     QDBusMessage call = QDBusMessage::createMethodCall(m_name, objectPath, interfaceName, method);
     call.setAutoStartService(false);
-    if (request == Request::quit)
-        return m_bus.send(call); // it has no time left to answer
-    return m_bus.call(call, QDBus::Block, answerPatience).type() == QDBusMessage::ReplyMessage;
+    // A message that is only sent may be lost when we end before it has left.
+    if (m_bus.call(call, QDBus::Block, answerPatience).type() == QDBusMessage::ReplyMessage)
+        return true;
+    // One that quits may be gone before its answer is.
+    return request == Request::quit && !m_bus.interface()->isServiceRegistered(m_name);
 }
 
 #include "BusInstance.moc"
