@@ -167,7 +167,7 @@ int run(const CommandLine& line, const QString& program)
         return 0;
     }
     Session session(line);
-    if (!qApp->inherits("QApplication"))
+    if (!QCoreApplication::instance()->inherits("QApplication"))
         return runInTerminal(session, program);
     if (line.command == Command::toggle && session.instance.send(RunningInstance::Request::toggle))
         return 0;

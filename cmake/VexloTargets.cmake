@@ -60,7 +60,7 @@ function(vexlo_test path)
     set(home "${PROJECT_BINARY_DIR}/test-homes/${target}")
     file(MAKE_DIRECTORY "${home}")
     set_tests_properties(${path} PROPERTIES
-        ENVIRONMENT "HOME=${home};XDG_CONFIG_HOME=${home}/.config;XDG_DATA_HOME=${home}/.local/share;XDG_STATE_HOME=${home}/.local/state;XDG_CACHE_HOME=${home}/.cache;TZ=UTC;LC_ALL=C.UTF-8;QT_QPA_PLATFORM=offscreen"
+        ENVIRONMENT "HOME=${home};XDG_CONFIG_HOME=${home}/.config;XDG_DATA_HOME=${home}/.local/share;XDG_STATE_HOME=${home}/.local/state;XDG_CACHE_HOME=${home}/.cache;TZ=UTC;LC_ALL=C.UTF-8;QT_QPA_PLATFORM=offscreen;LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/support/leaks.supp:print_suppressions=0"
         ENVIRONMENT_MODIFICATION "DBUS_SESSION_BUS_ADDRESS=set:disabled:;DISPLAY=unset:;WAYLAND_DISPLAY=unset:"
         SKIP_RETURN_CODE 77
         TIMEOUT 300

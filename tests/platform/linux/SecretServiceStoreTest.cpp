@@ -288,7 +288,8 @@ private slots:
         QTest::addColumn<int>("limit"); // milliseconds
         QTest::addColumn<std::function<void()>>("event");
         const std::function<void()> quit = [] {
-            QMetaObject::invokeMethod(qApp, &QCoreApplication::quit, Qt::QueuedConnection);
+            QMetaObject::invokeMethod(QCoreApplication::instance(), &QCoreApplication::quit,
+                                      Qt::QueuedConnection);
             QCoreApplication::exec();
         };
         QTest::newRow("at the time limit") << 10 << std::function<void()>([] {});
