@@ -70,7 +70,7 @@ void UsagePanelView::showCards(Date now)
         const QColor color = m_theme ? m_theme->color(service.id) : QColor();
         slot.view->setCard(usageCard(service, m_displayMode, color, QLocale(), now));
         slot.state = lowLimitState(service, m_preview, m_looks, now);
-        updateCharacter(slot, false);
+        updateCharacter(slot);
     }
     setAccessibleName(m_services.isEmpty() ? tr("Nothing to show yet") : tr("AI Usage"));
     updateGeometry();
@@ -81,10 +81,10 @@ void UsagePanelView::setAnimationTime(double seconds)
 {
     m_animationTime = seconds;
     for (Slot& slot : m_slots)
-        updateCharacter(slot, false);
+        updateCharacter(slot);
 }
 
-void UsagePanelView::updateCharacter(Slot& slot, bool force)
+void UsagePanelView::updateCharacter(Slot& slot)
 {
     if (!m_theme)
         return;
@@ -105,7 +105,7 @@ void UsagePanelView::updateCharacter(Slot& slot, bool force)
         character, rawValue(slot.state), picture.color.name(),
         isLowLimit(slot.state) ? QString::number(picture.frame) : rows.join(u'/'),
         QString::number(picture.size), QString::number(picture.pixelRatio));
-    if (key == slot.pictureKey && !force)
+    if (key == slot.pictureKey)
         return;
     slot.pictureKey = key;
     slot.view->setCharacter(isLowLimit(slot.state) ? m_theme->lowLimitImage(picture, slot.state)

@@ -49,7 +49,7 @@ private:
     };
 
     void makeViews(qsizetype count);
-    void updateCharacter(Slot& slot, bool force);
+    void updateCharacter(Slot& slot);
 
     QList<ServiceUsage> m_services;
     const PixelTheme* m_theme = nullptr;
