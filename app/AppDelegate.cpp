@@ -1,6 +1,7 @@
 #include "app/AppDelegate.h"
 
 #include "app/Demo.h"
+#include "app/FirstRun.h"
 #include "app/PreferenceMigration.h"
 #include "characters/CharacterMotion.h"
 #include "characters/ThemeFile.h"
@@ -80,6 +81,8 @@ void AppDelegate::applicationDidFinishLaunching(bool background)
             }
         });
     }
+    if (firstRun(m_facilities.preferences) == FirstRun::knownUser)
+        m_facilities.preferences.setBoolean(u"welcomeDone"_s, true);
     if (!background) {
         m_hostTimer.setSingleShot(true);
         connect(&m_hostTimer, &QTimer::timeout, this, &AppDelegate::openWithoutHost);

@@ -1,3 +1,4 @@
+#include "app/FirstRun.h"
 #include "app/PreferenceMigration.h"
 
 #include "platform/PreferenceStore.h"
@@ -7,7 +8,7 @@
 
 using namespace Qt::StringLiterals;
 
-class PreferenceMigrationTest : public QObject {
+class FirstStartTest : public QObject {
     Q_OBJECT
 
 private slots:
@@ -26,7 +27,23 @@ private slots:
             QCOMPARE(preferences.boolean(u"systemColorResetToWhite"_s), true);
         }
     }
+
+    void onlyNewcomersAreWelcomed()
+    {
+        const QTemporaryDir folder;
+        PreferenceStore preferences(folder.filePath(u"preferences.json"_s));
+        preferences.setBoolean(u"systemColorResetToWhite"_s, true);
+        preferences.setText(u"cardCharacter.claude"_s, u"rex"_s);
+        QCOMPARE(firstRun(preferences), FirstRun::newcomer);
+        preferences.setBoolean(u"provider.codex.enabled"_s, false);
+        QCOMPARE(firstRun(preferences), FirstRun::knownUser);
+        preferences.remove(u"provider.codex.enabled"_s);
+        preferences.setText(u"menuCharacter"_s, u"rex"_s);
+        QCOMPARE(firstRun(preferences), FirstRun::knownUser);
+        preferences.setBoolean(u"welcomeDone"_s, true);
+        QCOMPARE(firstRun(preferences), FirstRun::welcomed);
+    }
 };
 
-QTEST_GUILESS_MAIN(PreferenceMigrationTest)
-#include "PreferenceMigrationTest.moc"
+QTEST_GUILESS_MAIN(FirstStartTest)
+#include "FirstStartTest.moc"
