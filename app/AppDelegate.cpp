@@ -4,6 +4,7 @@
 #include "app/FirstRun.h"
 #include "app/PreferenceMigration.h"
 #include "characters/CharacterMotion.h"
+#include "characters/CharacterSpeech.h"
 #include "characters/ThemeFile.h"
 #include "platform/DesktopAppearance.h"
 #include "platform/PreferenceStore.h"
@@ -41,6 +42,9 @@ const QString quit = u"quit"_s;
 
 AppDelegate::AppDelegate(const Facilities& facilities)
     : m_facilities(facilities)
+    , m_library(facilities.paths.supportDirectory + "/StudioCharacters"_L1,
+                facilities.paths.resources)
+    , m_speechFont(facilities.paths.resources)
     , m_panel(new UsagePanelView)
     , m_window(m_panel)
     , m_driver(facilities.preferences, facilities.statusItem, *m_panel)
@@ -59,6 +63,10 @@ AppDelegate::~AppDelegate()
 
 void AppDelegate::applicationDidFinishLaunching(bool background)
 {
+    connect(&m_library, &CustomCharacterLibrary::charactersChanged, this, [this] {
+        loadTheme();
+        refreshPanel();
+    });
     migratePreferences(m_facilities.preferences);
     configurePanel();
     configureStatusItem();
@@ -101,6 +109,7 @@ void AppDelegate::configurePanel()
             quit();
     };
     m_facilities.appearance.onChange = [this] { applyAppearance(); };
+    m_panel->setSpeechFont(&m_speechFont);
     loadTheme();
     applyAppearance();
 }
@@ -138,7 +147,8 @@ void AppDelegate::applyAppearance()
 
 void AppDelegate::loadTheme()
 {
-    m_theme = PixelTheme::loadSelected(m_facilities.preferences, themeRoots(m_facilities.paths));
+    m_theme = PixelTheme::loadSelected(m_facilities.preferences, themeRoots(m_facilities.paths),
+                                       [this](const QString& id) { return m_library.art(id); });
     m_panel->setTheme(&m_theme);
     m_driver.setTheme(&m_theme);
 }
@@ -176,7 +186,9 @@ void AppDelegate::refresh()
 void AppDelegate::refreshNow()
 {
     readClaudeUsage();
+    CharacterSpeech::nextLine(m_facilities.preferences);
     refreshPanel();
+    m_driver.restartSpeech();
     fetchCodex();
     fetchSnapshotProviders();
 }
@@ -244,10 +256,13 @@ void AppDelegate::refreshPanel()
 {
     m_panel->setDisplayMode(savedDisplayMode(m_facilities.preferences));
     m_panel->setLowLimitLooks(CharacterLowLimit(m_facilities.preferences).looks());
+    m_panel->setSpeech(CharacterSpeech::isEnabled(m_facilities.preferences),
+                       CharacterSpeech::rotation(m_facilities.preferences));
     m_panel->setServices(shownServices());
     if (m_window.isVisible()) {
         m_panel->showCards();
         m_window.fitContent();
+        m_driver.continueSpeech();
     }
     m_driver.updateStillImages();
     updateStatusTexts();
@@ -287,6 +302,7 @@ void AppDelegate::showPanel(std::optional<QPoint> anchor)
     refreshPanel();
     m_panel->showCards();
     m_window.scrollToTop();
+    m_driver.restartSpeech();
     m_window.showPopover(anchor);
 }
 

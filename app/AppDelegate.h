@@ -1,7 +1,9 @@
 #pragma once
 
 #include "app/CharacterDriver.h"
+#include "characters/CustomCharacterLibrary.h"
 #include "characters/PixelTheme.h"
+#include "characters/SpeechFont.h"
 #include "panel/PanelWindow.h"
 #include "panel/UsagePanelView.h"
 #include "platform/ApplicationPaths.h"
@@ -88,6 +90,8 @@ private:
     [[nodiscard]] QList<ServiceUsage> shownServices() const;
 
     Facilities m_facilities;
+    CustomCharacterLibrary m_library;
+    SpeechFont m_speechFont;
     UsagePanelView* m_panel; // owned by the window
     PanelWindow m_window;
     PixelTheme m_theme;

@@ -5,6 +5,8 @@
 #include "panel/UsagePanelView.h"
 #include "platform/StatusItem.h"
 
+#include <limits>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -12,6 +14,7 @@ namespace {
 constexpr double phaseStep = 0.12; // per step of the timer, at usual speed
 constexpr double characterTimePerPhase = 0.5; // seconds
 constexpr int bobSteps = 4;
+constexpr int speechRest = 4; // steps for which a line that is typed out counts as being typed
 
 /// How many half phases one of the theme's own menu frames lasts.
 int menuFrameDivisor(MascotState state)
@@ -39,6 +42,8 @@ CharacterDriver::CharacterDriver(const PreferenceStore& preferences, StatusItem&
 {
     m_timer.setInterval(animationInterval);
     connect(&m_timer, &QTimer::timeout, this, &CharacterDriver::advanceAnimation);
+    m_speechTimer.setInterval(speechInterval);
+    connect(&m_speechTimer, &QTimer::timeout, this, &CharacterDriver::advanceSpeech);
 }
 
 void CharacterDriver::setTheme(const PixelTheme* theme)
@@ -61,9 +66,11 @@ void CharacterDriver::updateAnimationTimers(bool isOpen)
         m_speed = CharacterMotion::speedFactor(CharacterMotion::animationSpeed(m_preferences));
         if (!m_timer.isActive())
             m_timer.start();
+        continueSpeech();
         return;
     }
     m_timer.stop();
+    m_speechTimer.stop();
     updateStatusItem(0, menuBarState(m_panel.services()));
 }
 
@@ -79,6 +86,33 @@ void CharacterDriver::advanceAnimation()
     const MascotState state = menuBarState(m_panel.services());
     updateStatusItem(menuFrame(state), state);
     m_panel.setAnimationTime(m_reducedMotion ? 0 : m_animationPhase * characterTimePerPhase);
+}
+
+void CharacterDriver::restartSpeech()
+{
+    m_panel.setSpeechRevealCount(0);
+    continueSpeech();
+}
+
+void CharacterDriver::continueSpeech()
+{
+    if (m_reducedMotion)
+        advanceSpeech();
+    else if (m_timer.isActive() && !m_speechTimer.isActive())
+        m_speechTimer.start();
+}
+
+void CharacterDriver::advanceSpeech()
+{
+    const int count = m_panel.speechRevealCount();
+    if (m_reducedMotion) {
+        m_panel.setSpeechRevealCount(std::numeric_limits<int>::max());
+        m_speechTimer.stop();
+    } else if (count < m_panel.longestSpeech() + speechRest) {
+        m_panel.setSpeechRevealCount(count + 1);
+    } else {
+        m_speechTimer.stop(); // nothing to wake up for until there is more to say
+    }
 }
 
 qint64 CharacterDriver::menuFrame(MascotState state) const

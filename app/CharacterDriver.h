@@ -15,13 +15,14 @@ struct PixelTheme;
 
 /// Moves the characters: owns their clock and draws the status item's picture.
 ///
-/// Its timer runs only while something of Vexlo is open; else the status item stands still, and is
+/// Its timers run only while something of Vexlo is open; else the status item stands still, and is
 /// drawn again only when its picture changes.
 class CharacterDriver : public QObject {
     Q_OBJECT
 
 public:
     static constexpr int animationInterval = 60; // ms
+    static constexpr int speechInterval = 80; // ms; one more character is typed
 
     CharacterDriver(const PreferenceStore& preferences, StatusItem& statusItem,
                     UsagePanelView& panel);
@@ -31,7 +32,7 @@ public:
     /// Whether the desktop asks for less motion.
     void setReducedMotion(bool isReduced);
 
-    /// Starts or stops the clock's timer; stopping leaves a still picture.
+    /// Starts or stops the timers; stopping leaves a still picture.
     void updateAnimationTimers(bool isOpen);
     [[nodiscard]] bool isRunning() const { return m_timer.isActive(); }
 
@@ -40,6 +41,14 @@ public:
 
     /// One step of the clock; the timer calls it.
     void advanceAnimation();
+
+    /// Lets every character type its line from the start.
+    void restartSpeech();
+    /// Types on where a line has become longer.
+    void continueSpeech();
+    /// Types one more character; with reduced motion all that is left. The timer calls it.
+    void advanceSpeech();
+    [[nodiscard]] bool isSpeaking() const { return m_speechTimer.isActive(); }
 
 private:
     [[nodiscard]] qint64 menuFrame(MascotState state) const;
@@ -50,6 +59,7 @@ private:
     UsagePanelView& m_panel;
     const PixelTheme* m_theme = nullptr;
     QTimer m_timer;
+    QTimer m_speechTimer;
     double m_animationPhase = 0; // only ever grows
     double m_speed = 1; // of the clock; read when the timer starts
     bool m_reducedMotion = false;

@@ -26,8 +26,8 @@ QList<ProviderDefinition> shownServices(const ProviderRegistry& registry,
     QList<ProviderDefinition> rows = registry.visible();
     rows.removeIf([&](const ProviderDefinition& row) {
         // A first answer that could not be saved for want of space is worth showing all the same.
-        const bool isOn = registry.isEnabled(row.id)
-            || (fresh.contains(row.id) && !registry.hasSwitch(row.id));
+        const bool isOn
+            = registry.isEnabled(row.id) || (fresh.contains(row.id) && !registry.hasSwitch(row.id));
         return row.id == "calendar"_L1 || row.id == "notes"_L1 || !isOn;
     });
     return rows;

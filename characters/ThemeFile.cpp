@@ -1,11 +1,10 @@
 #include "characters/ThemeFile.h"
 
+#include "characters/JsonValues.h"
 #include "platform/ApplicationPaths.h"
 #include "platform/Files.h"
 
-#include <QJsonArray>
 #include <QJsonDocument>
-#include <QJsonObject>
 
 #include <algorithm>
 
@@ -29,60 +28,6 @@ constexpr auto name = "name"_L1;
 constexpr auto palette = "palette"_L1;
 constexpr auto tired = "tired"_L1;
 } // namespace Key
-
-// Readers of one value each: absent means that the value is missing or of another type.
-
-std::optional<QString> textIn(const QJsonValue& value)
-{
-    return value.isString() ? std::optional(value.toString()) : std::nullopt;
-}
-
-std::optional<double> numberIn(const QJsonValue& value)
-{
-    return value.isDouble() ? std::optional(value.toDouble()) : std::nullopt;
-}
-
-template<typename Item, typename Read>
-std::optional<QList<Item>> listIn(const QJsonValue& value, Read read)
-{
-    if (!value.isArray())
-        return std::nullopt;
-    QList<Item> items;
-    for (const QJsonValue& element : value.toArray()) {
-        const std::optional<Item> item = read(element);
-        if (!item)
-            return std::nullopt;
-        items.append(*item);
-    }
-    return items;
-}
-
-template<typename Item, typename Read>
-std::optional<QMap<QString, Item>> mapIn(const QJsonValue& value, Read read)
-{
-    if (!value.isObject())
-        return std::nullopt;
-    QMap<QString, Item> items;
-    const QJsonObject object = value.toObject();
-    for (auto member = object.begin(); member != object.end(); ++member) {
-        const std::optional<Item> item = read(member.value());
-        if (!item)
-            return std::nullopt;
-        items.insert(member.key(), *item);
-    }
-    return items;
-}
-
-std::optional<QList<PixelFrame>> framesIn(const QJsonValue& value)
-{
-    return listIn<PixelFrame>(
-        value, [](const QJsonValue& frame) { return listIn<QString>(frame, textIn); });
-}
-
-bool isLeftOut(const QJsonValue& value)
-{
-    return value.isUndefined() || value.isNull();
-}
 
 std::optional<ThemeMenu> menuIn(const QJsonValue& value)
 {

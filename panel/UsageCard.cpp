@@ -67,6 +67,8 @@ QString UsageCard::spoken() const
     if (!error.isEmpty())
         parts.append(error);
     parts.append(status);
+    if (!speech.isEmpty())
+        parts.append(speech);
     return parts.join(u", "_s);
 }
 
@@ -89,7 +91,7 @@ UsageCard usageCard(const ServiceUsage& service, UsageDisplayMode mode, const QC
     return card;
 }
 
-CardLayout cardLayout(const UsageCard& card, const CardStyle& style)
+CardLayout cardLayout(const UsageCard& card, const QFont& speechFont, const CardStyle& style)
 {
     CardLayout layout;
     layout.character = {style.margin + style.padding, style.gap + style.padding,
@@ -110,7 +112,11 @@ CardLayout cardLayout(const UsageCard& card, const CardStyle& style)
         bottom = layout.error.bottom() + style.lineGap;
     }
     layout.status = textPlace(card.status, bottom, style);
-    bottom = std::max(layout.status.bottom(), layout.character.bottom()) + style.padding;
+    bottom = std::max(layout.status.bottom(), layout.character.bottom());
+    const qreal left = style.margin + style.bubbleMargin;
+    layout.bubble = bubbleLayout(card.speech, speechFont, {style.margin + style.tailLeft, bottom},
+                                 left, style.width - left);
+    bottom = layout.bubble.bottom + (card.speech.isEmpty() ? style.padding : style.bubbleMargin);
     layout.frame = {style.margin, style.gap, style.width - 2 * style.margin, bottom - style.gap};
     layout.height = bottom + style.gap;
     return layout;

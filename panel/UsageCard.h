@@ -1,6 +1,7 @@
 #pragma once
 
 #include "panel/LimitMeter.h"
+#include "panel/SpeechBubble.h"
 #include "usage/ServiceUsage.h"
 #include "usage/UsageDisplayMode.h"
 
@@ -19,6 +20,7 @@ struct UsageCard {
     QList<MeterRow> meters;
     QString error; // beside the limits; empty for none
     QString status;
+    QString speech; // what the character says; empty for nothing
 
     /// The same in words, for a screen reader.
     [[nodiscard]] QString spoken() const;
@@ -46,6 +48,8 @@ struct CardStyle {
     qreal plainMeterPitch = 22;
     qreal textGap = 10; // between a meter's last line and the text below
     qreal lineGap = 5; // between two texts
+    qreal bubbleMargin = 6; // from the card's edge
+    qreal tailLeft = 30; // from the card's left edge, below the character
     qreal nameSize = 13;
     qreal textSize = 11;
 };
@@ -57,11 +61,14 @@ struct CardLayout {
     QList<qreal> meterMiddles;
     QRectF error; // empty for none
     QRectF status;
+    BubbleLayout bubble;
     qreal height = 0; // margins included
 };
 
-[[nodiscard]] CardLayout cardLayout(const UsageCard& card, const CardStyle& style = {});
+/// Lays `card` out; the character speaks in `speechFont`.
+[[nodiscard]] CardLayout cardLayout(const UsageCard& card, const QFont& speechFont,
+                                    const CardStyle& style = {});
 
-/// Draws everything but the character, which the caller draws at its place.
+/// Draws everything but the character and its bubble, which the caller draws at their places.
 void drawCard(QPainter& painter, const UsageCard& card, const CardLayout& layout,
               const Palette& palette, const CardStyle& style = {});

@@ -31,7 +31,7 @@ void UsageCardView::setCard(const UsageCard& card)
 
 void UsageCardView::layOut()
 {
-    m_layout = cardLayout(m_card);
+    m_layout = cardLayout(m_card, m_speechFont);
     setFixedHeight(sizeHint().height());
     updateGeometry();
     update();
@@ -49,11 +49,37 @@ QSize UsageCardView::sizeHint() const
     return {int(std::ceil(CardStyle().width * scale)), int(std::ceil(m_layout.height * scale))};
 }
 
-QRect UsageCardView::characterRect() const
+QRect UsageCardView::scaled(const QRectF& points)
 {
     const double scale = textScale();
-    return QRectF(m_layout.character.topLeft() * scale, m_layout.character.size() * scale)
-        .toAlignedRect();
+    return QRectF(points.topLeft() * scale, points.size() * scale).toAlignedRect();
+}
+
+QRect UsageCardView::characterRect() const
+{
+    return scaled(m_layout.character);
+}
+
+QRect UsageCardView::bubbleRect() const
+{
+    return scaled(m_layout.bubble.frame.united(m_layout.bubble.tail.boundingRect()));
+}
+
+void UsageCardView::setSpeechFont(const QFont& font)
+{
+    if (font == m_speechFont)
+        return;
+    m_speechFont = font;
+    layOut();
+}
+
+void UsageCardView::setRevealCount(int count)
+{
+    // Once the line stands there, counting on changes nothing.
+    const bool shows = std::min(m_revealCount, count) < m_card.speech.size();
+    m_revealCount = count;
+    if (shows && !m_card.speech.isEmpty())
+        update(bubbleRect());
 }
 
 void UsageCardView::setCharacter(const QImage& image)
@@ -80,6 +106,7 @@ void UsageCardView::paintEvent(QPaintEvent* event)
         const double scale = textScale();
         painter.scale(scale, scale);
         drawCard(painter, m_card, m_layout, m_palette);
+        drawBubble(painter, m_card.speech, m_revealCount, m_speechFont, m_layout.bubble, m_palette);
         if (hasFocus()) {
             painter.setRenderHint(QPainter::Antialiasing);
             painter.setPen(QPen(m_palette.accent, 2));

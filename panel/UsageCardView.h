@@ -17,6 +17,10 @@ public:
     void setColors(const Palette& palette);
     /// Shows `image` as the character; only its place is painted again.
     void setCharacter(const QImage& image);
+    /// The font in which the character speaks.
+    void setSpeechFont(const QFont& font);
+    /// Shows the first `count` characters of what is said; only the bubble is painted again.
+    void setRevealCount(int count);
 
     [[nodiscard]] const UsageCard& card() const { return m_card; }
     /// The side of the character's place in widget coordinates, as the desktop's text size has it.
@@ -30,9 +34,13 @@ protected:
 private:
     void layOut();
     [[nodiscard]] QRect characterRect() const;
+    [[nodiscard]] QRect bubbleRect() const;
+    [[nodiscard]] static QRect scaled(const QRectF& points);
 
     UsageCard m_card;
     CardLayout m_layout;
     Palette m_palette;
     QImage m_character;
+    QFont m_speechFont;
+    int m_revealCount = 0;
 };

@@ -1,5 +1,6 @@
 #include "panel/UsagePanelView.h"
 
+#include "characters/CharacterSpeech.h"
 #include "panel/PanelFonts.h"
 
 #include <QPainter>
@@ -68,13 +69,40 @@ void UsagePanelView::showCards(Date now)
         const ServiceUsage& service = m_services[i];
         Slot& slot = m_slots[size_t(i)];
         const QColor color = m_theme ? m_theme->color(service.id) : QColor();
-        slot.view->setCard(usageCard(service, m_displayMode, color, QLocale(), now));
+        UsageCard card = usageCard(service, m_displayMode, color, QLocale(), now);
+        if (m_speechEnabled)
+            card.speech = CharacterSpeech::line(service, m_speechRotation, now);
+        if (m_speechEnabled && m_speechFont)
+            slot.view->setSpeechFont(m_speechFont->font(BubbleStyle().textSize));
+        slot.view->setCard(card);
+        slot.view->setRevealCount(m_speechRevealCount);
         slot.state = lowLimitState(service, m_preview, m_looks, now);
         updateCharacter(slot);
     }
     setAccessibleName(m_services.isEmpty() ? tr("Nothing to show yet") : tr("AI Usage"));
     updateGeometry();
     update();
+}
+
+void UsagePanelView::setSpeech(bool isEnabled, qint64 rotation)
+{
+    m_speechEnabled = isEnabled;
+    m_speechRotation = rotation;
+}
+
+void UsagePanelView::setSpeechRevealCount(int count)
+{
+    m_speechRevealCount = count;
+    for (const Slot& slot : m_slots)
+        slot.view->setRevealCount(count);
+}
+
+int UsagePanelView::longestSpeech() const
+{
+    qsizetype longest = 0;
+    for (const Slot& slot : m_slots)
+        longest = std::max(longest, slot.view->card().speech.size());
+    return int(longest);
 }
 
 void UsagePanelView::setAnimationTime(double seconds)

@@ -2,6 +2,7 @@
 
 #include "characters/MascotState.h"
 #include "characters/PixelTheme.h"
+#include "characters/SpeechFont.h"
 #include "panel/UsageCardView.h"
 
 #include <QWidget>
@@ -20,8 +21,8 @@ public:
     explicit UsagePanelView(QWidget* parent = nullptr);
 
     void setServices(const QList<ServiceUsage>& services) { m_services = services; }
-    /// Brings the cards up to date with all that was set. Left to the caller, so that a closed panel
-    /// costs neither time nor the memory of fonts that are not seen.
+    /// Brings the cards up to date with all that was set. Left to the caller, so that a closed
+    /// panel costs neither time nor the memory of fonts that are not seen.
     void showCards(Date now = currentDate());
     [[nodiscard]] const QList<ServiceUsage>& services() const { return m_services; }
     /// The theme must outlive the view, or its place be taken by another call.
@@ -32,6 +33,15 @@ public:
     void setAnimationTime(double seconds);
     /// Whether the characters play their lively loops.
     void setLively(bool isLively) { m_isLively = isLively; }
+    /// Whether the characters speak, and how far they have come with their lines.
+    void setSpeech(bool isEnabled, qint64 rotation);
+    /// The font they speak in. It must outlive the view.
+    void setSpeechFont(const SpeechFont* font) { m_speechFont = font; }
+    /// How many characters of each line are shown.
+    void setSpeechRevealCount(int count);
+    [[nodiscard]] int speechRevealCount() const { return m_speechRevealCount; }
+    /// The length of the longest line that is shown, in characters; 0 when nobody speaks.
+    [[nodiscard]] int longestSpeech() const;
     /// Which low-limit looks are shown.
     void setLowLimitLooks(LowLimitLooks looks) { m_looks = looks; }
     /// A mood to show on every card, whatever the limits say.
@@ -57,6 +67,10 @@ private:
     Palette m_palette;
     double m_animationTime = 0;
     bool m_isLively = false;
+    bool m_speechEnabled = false;
+    qint64 m_speechRotation = 0;
+    int m_speechRevealCount = 0;
+    const SpeechFont* m_speechFont = nullptr;
     LowLimitLooks m_looks;
     std::optional<MascotState> m_preview;
     std::vector<Slot> m_slots;

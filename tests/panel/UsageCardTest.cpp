@@ -88,7 +88,7 @@ private slots:
         ServiceUsage usage = service({{u"a"_s, 1, now + 1h, {}}, {u"b"_s, 2, {}, {}}});
         usage.error
             = u"A long explanation of what went wrong that takes several lines"_s.repeated(3);
-        const CardLayout layout = cardLayout(card(usage));
+        const CardLayout layout = cardLayout(card(usage), QFont());
         const MeterStyle style;
         QCOMPARE(layout.meterMiddles.size(), 2);
         QVERIFY(layout.meterMiddles[1] - layout.meterMiddles[0] > style.resetOffset + 8);
