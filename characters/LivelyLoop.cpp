@@ -148,9 +148,15 @@ Poses hop(const Margins& free)
 
 Poses floating(const Margins& free)
 {
+    // A drawing that fills its canvas has nowhere to go, so it rises and sinks within itself.
+    const bool hasRoom = free.top + free.bottom >= 2;
     Poses poses;
-    for (const int up : {0, 0, 1, 1, 1, 2, 2, 2, 2, 1, 1, 1, 0, 0, -1, -1, -1, -1})
-        poses.push_back({.up = std::clamp(up, -free.bottom, free.top)});
+    for (const int up : {0, 0, 1, 1, 1, 2, 2, 2, 2, 1, 1, 1, 0, 0, -1, -1, -1, -1}) {
+        if (hasRoom)
+            poses.push_back({.up = std::clamp(up, -free.bottom, free.top)});
+        else
+            poses.push_back({.squash = std::clamp(1 - up, 0, 2)});
+    }
     return poses;
 }
 
