@@ -1,8 +1,8 @@
 #include "panel/LimitMeter.h"
 
-#include "panel/PanelFonts.h"
 #include "platform/Characters.h"
 #include "platform/DesktopAppearance.h"
+#include "platform/TextFonts.h"
 
 #include <QPainter>
 #include <QPainterPath>

@@ -1,7 +1,7 @@
 #include "panel/UsageCard.h"
 
-#include "panel/PanelFonts.h"
 #include "platform/DesktopAppearance.h"
+#include "platform/TextFonts.h"
 #include "usage/UsageTexts.h"
 
 #include <QCoreApplication>
@@ -126,13 +126,8 @@ void drawCard(QPainter& painter, const UsageCard& card, const CardLayout& layout
               const Palette& palette, const CardStyle& style)
 {
     painter.save();
+    drawCardFrame(painter, layout.frame, palette, style);
     painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(QPen(palette.separator, 1));
-    painter.setBrush(palette.cardBackground);
-    // A line of one point is sharp when it runs through the middle of pixels.
-    painter.drawRoundedRect(layout.frame.adjusted(0.5, 0.5, -0.5, -0.5), style.radius,
-                            style.radius);
-
     const QFont nameFont = textFont(style.nameSize, QFont::DemiBold);
     painter.setFont(nameFont);
     painter.setPen(palette.label);

@@ -2,6 +2,7 @@
 
 #include "panel/LimitMeter.h"
 #include "panel/SpeechBubble.h"
+#include "today/CardFrame.h"
 #include "usage/ServiceUsage.h"
 #include "usage/UsageDisplayMode.h"
 
@@ -34,12 +35,7 @@ struct UsageCard {
                                   Date now = currentDate());
 
 /// Sizes of a card in points.
-struct CardStyle {
-    qreal width = 340; // of the panel
-    qreal margin = 12; // from the panel's edge to the card
-    qreal gap = 5; // above and below; half the distance of two cards
-    qreal radius = 10;
-    qreal padding = 14;
+struct CardStyle : CardFrameStyle {
     qreal characterSide = 58;
     qreal textLeft = 92;
     qreal nameMiddle = 19; // from the card's top

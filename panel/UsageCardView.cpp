@@ -1,6 +1,6 @@
 #include "panel/UsageCardView.h"
 
-#include "panel/PanelFonts.h"
+#include "platform/TextFonts.h"
 
 #include <QEvent>
 #include <QPaintEvent>
@@ -107,13 +107,8 @@ void UsageCardView::paintEvent(QPaintEvent* event)
         painter.scale(scale, scale);
         drawCard(painter, m_card, m_layout, m_palette);
         drawBubble(painter, m_card.speech, m_revealCount, m_speechFont, m_layout.bubble, m_palette);
-        if (hasFocus()) {
-            painter.setRenderHint(QPainter::Antialiasing);
-            painter.setPen(QPen(m_palette.accent, 2));
-            painter.setBrush(Qt::NoBrush);
-            painter.drawRoundedRect(m_layout.frame.adjusted(1, 1, -1, -1), CardStyle().radius - 1,
-                                    CardStyle().radius - 1);
-        }
+        if (hasFocus())
+            drawCardFocus(painter, m_layout.frame, m_palette);
         painter.resetTransform();
     }
     painter.drawImage(characterRect().topLeft(), m_character);

@@ -1,7 +1,7 @@
 #include "panel/UsagePanelView.h"
 
 #include "characters/CharacterSpeech.h"
-#include "panel/PanelFonts.h"
+#include "platform/TextFonts.h"
 
 #include <QPainter>
 #include <QVBoxLayout>

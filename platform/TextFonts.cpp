@@ -1,4 +1,4 @@
-#include "panel/PanelFonts.h"
+#include "platform/TextFonts.h"
 
 #include <QFontDatabase>
 #include <QFontInfo>

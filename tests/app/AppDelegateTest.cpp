@@ -162,6 +162,40 @@ private slots:
         QCOMPARE(program.statusItem.imageCount, before);
     }
 
+    void linesAreTypedOutOnce()
+    {
+        Program program(*m_home, true);
+        CharacterDriver& driver = program.delegate.driver();
+        program.delegate.applicationDidFinishLaunching(true);
+        QVERIFY(!driver.isSpeaking());
+        program.delegate.showPanel();
+        auto* panel = program.delegate.panelWindow().findChild<UsagePanelView*>();
+        QVERIFY(driver.isSpeaking());
+        QCOMPARE(panel->speechRevealCount(), 0);
+        const int length = panel->longestSpeech();
+        QVERIFY(length > 10);
+        for (int step = 0; step < length + 10; ++step)
+            driver.advanceSpeech();
+        QVERIFY(!driver.isSpeaking()); // and nothing wakes up for it any more
+        QVERIFY(panel->speechRevealCount() >= length);
+        program.delegate.refresh();
+        driver.advanceSpeech();
+        QVERIFY(!driver.isSpeaking());
+
+        program.delegate.refreshNow(); // the next line
+        QVERIFY(driver.isSpeaking());
+        QCOMPARE(panel->speechRevealCount(), 0);
+        QCOMPARE(program.preferences.integer(u"characterSpeechRotation"_s), 1);
+        driver.setReducedMotion(true);
+        program.delegate.refreshNow();
+        QVERIFY(!driver.isSpeaking());
+        QVERIFY(panel->speechRevealCount() >= panel->longestSpeech());
+
+        program.preferences.setBoolean(u"characterSpeechEnabled"_s, false);
+        program.delegate.refresh();
+        QCOMPARE(panel->longestSpeech(), 0);
+    }
+
     void codexIsAskedOnceAtATime()
     {
         // It notes each start and answers when it is let go.
