@@ -2,6 +2,7 @@
 
 #include <QCoreApplication>
 
+#include <algorithm>
 #include <array>
 #include <optional>
 
@@ -47,23 +48,30 @@ std::optional<int> qtOptionValues(const QString& argument)
     return std::nullopt;
 }
 
-std::optional<Command> commandOption(const QString& argument)
+struct CommandOption {
+    QLatin1StringView name;
+    Command command;
+};
+
+constexpr std::array commandOptions{
+    CommandOption{"--toggle"_L1, Command::toggle},
+    CommandOption{"--quit"_L1, Command::quit},
+    CommandOption{"--status"_L1, Command::status},
+    CommandOption{"--connect-claude"_L1, Command::connectClaude},
+    CommandOption{"--disconnect-claude"_L1, Command::disconnectClaude},
+    CommandOption{"--add-task"_L1, Command::addTask},
+    CommandOption{"--enable-login"_L1, Command::enableLogin},
+    CommandOption{"--disable-login"_L1, Command::disableLogin},
+    CommandOption{"--help"_L1, Command::help},
+    CommandOption{"-h"_L1, Command::help},
+    CommandOption{"--version"_L1, Command::version},
+    CommandOption{"-v"_L1, Command::version},
+};
+
+std::optional<Command> commandOption(const QString& name)
 {
-    if (argument == "--status"_L1 || argument.startsWith("--status="_L1))
-        return Command::status;
-    if (argument == "--toggle"_L1)
-        return Command::toggle;
-    if (argument == "--quit"_L1)
-        return Command::quit;
-    if (argument == "--connect-claude"_L1)
-        return Command::connectClaude;
-    if (argument == "--disconnect-claude"_L1)
-        return Command::disconnectClaude;
-    if (argument == "--help"_L1 || argument == "-h"_L1)
-        return Command::help;
-    if (argument == "--version"_L1 || argument == "-v"_L1)
-        return Command::version;
-    return std::nullopt;
+    const auto option = std::ranges::find(commandOptions, name, &CommandOption::name);
+    return option == commandOptions.end() ? std::nullopt : std::optional(option->command);
 }
 
 QString conflict(const CommandLine& line)
@@ -79,43 +87,89 @@ QString conflict(const CommandLine& line)
     return {};
 }
 
+/// Reads the arguments one by one into a command line, up to the first that makes no sense.
+class Parser {
+public:
+    explicit Parser(const QStringList& arguments)
+        : m_arguments(arguments)
+    {
+    }
+
+    CommandLine parse()
+    {
+        while (m_line.error.isEmpty() && m_next < m_arguments.size())
+            takeArgument(m_arguments[m_next++]);
+        if (m_line.error.isEmpty())
+            m_line.error = conflict(m_line);
+        return m_line;
+    }
+
+private:
+    void takeArgument(const QString& argument)
+    {
+        const QString name = argument.section(u'=', 0, 0);
+        if (const std::optional<Command> command = commandOption(name))
+            takeCommand(*command, argument);
+        else if (argument == "--refresh"_L1)
+            m_line.refresh = true;
+        else if (argument == "--background"_L1)
+            m_line.background = true;
+        else if (argument == "--demo"_L1)
+            m_line.demo = true;
+        else if (name == "--providers"_L1)
+            m_line.providers = value(argument).split(u',', Qt::SkipEmptyParts);
+        else if (!argument.startsWith(u'-'))
+            m_line.error = Texts::tr("unexpected argument \"%1\"").arg(argument);
+        else if (const std::optional<int> values = qtOptionValues(argument))
+            m_next += *values;
+        else
+            m_line.error = Texts::tr("unknown option %1").arg(argument);
+    }
+
+    void takeCommand(Command command, const QString& argument)
+    {
+        if (m_line.command != Command::start && m_line.command != command) {
+            m_line.error = Texts::tr("%1 does not go with what stands before it").arg(argument);
+            return;
+        }
+        m_line.command = command;
+        if (command == Command::addTask)
+            m_line.task = value(argument);
+        else if (command == Command::status)
+            takeStatusForm(argument);
+        else if (argument.contains(u'='))
+            m_line.error = Texts::tr("unknown option %1").arg(argument);
+    }
+
+    void takeStatusForm(const QString& argument)
+    {
+        const QString form = argument.section(u'=', 1);
+        m_line.json = form == "json"_L1;
+        if (argument.contains(u'=') && !m_line.json && form != "text"_L1)
+            m_line.error = Texts::tr("--status is text or json, not \"%1\"").arg(form);
+    }
+
+    /// What belongs to an option: the rest after "=", or else the next argument.
+    QString value(const QString& argument)
+    {
+        if (argument.contains(u'='))
+            return argument.section(u'=', 1);
+        if (m_next < m_arguments.size())
+            return m_arguments[m_next++];
+        m_line.error = Texts::tr("%1 needs something after it").arg(argument);
+        return {};
+    }
+
+    const QStringList& m_arguments;
+    qsizetype m_next = 0;
+    CommandLine m_line;
+};
+
 } // namespace
 
 CommandLine CommandLine::parse(const QStringList& arguments)
 {
-    CommandLine line;
-    for (qsizetype i = 0; i < arguments.size(); ++i) {
-        const QString& argument = arguments.at(i);
-        if (const std::optional<Command> command = commandOption(argument)) {
-            if (line.command != Command::start && line.command != *command) {
-                line.error = Texts::tr("%1 does not go with what stands before it").arg(argument);
-                return line;
-            }
-            line.command = *command;
-            if (argument == "--status=json"_L1) {
-                line.json = true;
-            } else if (argument.startsWith("--status="_L1) && argument != "--status=text"_L1) {
-                line.error = Texts::tr("--status is text or json, not \"%1\"").arg(argument.mid(9));
-                return line;
-            }
-        } else if (argument == "--refresh"_L1) {
-            line.refresh = true;
-        } else if (argument == "--background"_L1) {
-            line.background = true;
-        } else if (argument == "--demo"_L1) {
-            line.demo = true;
-        } else if (const std::optional<int> values
-                   = argument.startsWith(u'-') ? qtOptionValues(argument) : std::nullopt) {
-            i += *values;
-        } else {
-            line.error = argument.startsWith(u'-')
-                ? Texts::tr("unknown option %1").arg(argument)
-                : Texts::tr("unexpected argument \"%1\"").arg(argument);
-            return line;
-        }
-    }
-    line.error = conflict(line);
-    return line;
+    return Parser(arguments).parse();
 }
 
 QString CommandLine::helpText()
@@ -137,6 +191,12 @@ desktop's status bar and a panel behind it.
                         line of your own keeps its output
   --disconnect-claude   put back the status line you had before connecting and
                         stop showing Claude usage
+  --add-task TEXT       put a task on the list of notes
+  --enable-login        start Vexlo when you log in
+  --disable-login       no longer start it then
+  --providers LIST      for this run, offer further services: all, or the names
+                        of some with commas between them: copilot, ollama,
+                        openrouter, zai
   --demo                show made-up figures; touches none of your files
   -h, --help            print this and end
   -v, --version         print the version and end

@@ -12,6 +12,9 @@ struct CommandLine {
         status,
         connectClaude,
         disconnectClaude,
+        addTask,
+        enableLogin,
+        disableLogin,
         help,
         version,
     };
@@ -24,6 +27,8 @@ struct CommandLine {
     bool refresh = false; // read the sources before telling the status
     bool background = false; // open nothing unasked, as at login
     bool demo = false; // made-up figures and a place of its own
+    QString task; // of `addTask`, as given
+    QStringList providers; // further ones to offer, ids or "all"
     QString error; // empty, or what is wrong with the arguments
 
     /// Reads `arguments`, the program's own name not among them. Options of Qt's own pass.

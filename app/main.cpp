@@ -45,6 +45,7 @@ struct Session {
           })
         , instance(commandLine.demo)
     {
+        registry.offer(commandLine.providers);
     }
 
     [[nodiscard]] TerminalSession terminal()

@@ -11,6 +11,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 const QString orderKey = u"todayOrder"_s;
+const QString releasedKey = u"releasedProviders"_s;
 
 QString enabledKey(const QString& id)
 {
@@ -86,8 +87,15 @@ QList<ProviderDefinition> ProviderRegistry::visible() const
 {
     QList<ProviderDefinition> offered;
     std::copy_if(all().begin(), all().end(), std::back_inserter(offered),
-                 [](const ProviderDefinition& row) { return released().contains(row.id); });
+                 [this](const ProviderDefinition& row) { return isOffered(row.id); });
     return ordered(offered, todayOrder());
+}
+
+bool ProviderRegistry::isOffered(const QString& id) const
+{
+    const QStringList chosen = m_preferences.texts(releasedKey).value_or(QStringList());
+    return released().contains(id) || chosen.contains(id) || m_furtherOffered.contains(id)
+        || (m_furtherOffered.contains("all"_L1) && snapshotReaders().contains(id));
 }
 
 QList<ProviderDefinition> ProviderRegistry::enabledSnapshotProviders() const

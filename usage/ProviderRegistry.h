@@ -34,6 +34,9 @@ public:
     [[nodiscard]] static std::optional<ProviderDefinition> definition(const QString& id);
     /// The ids of the rows that are offered to the user at all.
     [[nodiscard]] static const QSet<QString>& released();
+    /// Offers further rows while this object lives: those with these ids, or with "all" every one
+    /// that the snapshot script reads. Beside them the preference "releasedProviders" offers some.
+    void offer(const QStringList& ids) { m_furtherOffered = ids; }
     /// The ids of the rows whose usage comes from the snapshot script.
     [[nodiscard]] static const QSet<QString>& snapshotReaders();
     /// `rows` with those named in `order` first, in its order, and the others after them as they
@@ -63,7 +66,10 @@ public:
     [[nodiscard]] const QString& supportDirectory() const { return m_supportDirectory; }
 
 private:
+    [[nodiscard]] bool isOffered(const QString& id) const;
+
     PreferenceStore& m_preferences;
     QString m_supportDirectory;
     bool m_everythingOn = false;
+    QStringList m_furtherOffered;
 };

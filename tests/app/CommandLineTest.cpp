@@ -19,6 +19,10 @@ private slots:
         QVERIFY(status.json && status.refresh && !status.demo);
         QVERIFY(!CommandLine::parse({u"--status"_s, u"--demo"_s}).json);
         QCOMPARE(CommandLine::parse({u"--connect-claude"_s}).command, Command::connectClaude);
+        QCOMPARE(CommandLine::parse({u"--add-task"_s, u"--toggle"_s}).task, u"--toggle"_s);
+        QCOMPARE(CommandLine::parse({u"--add-task=a = b"_s}).task, u"a = b"_s);
+        QCOMPARE(CommandLine::parse({u"--providers"_s, u"zai,ollama"_s}).providers,
+                 (QStringList{u"zai"_s, u"ollama"_s}));
     }
 
     void senseIsRequired()
@@ -26,6 +30,8 @@ private slots:
         const std::pair<const char*, const char*> rows[]{
             {"--status --colour", "unknown option --colour"},
             {"-x", "unknown option -x"},
+            {"--toggle=1", "unknown option --toggle=1"},
+            {"--add-task", "--add-task needs something after it"},
             {"status", "unexpected argument \"status\""},
             {"--status=xml", "--status is text or json, not \"xml\""},
             {"--status --connect-claude",

@@ -22,6 +22,24 @@ class ProviderRegistryTest : public QObject {
     Q_OBJECT
 
 private slots:
+    void furtherRowsAreOfferedOnRequest()
+    {
+        const auto offered = [this](const char* id) {
+            return std::ranges::any_of(m_registry.visible(), [id](const ProviderDefinition& row) {
+                return row.id == QLatin1StringView(id);
+            });
+        };
+        QVERIFY(!offered("zai"));
+        m_preferences.setTexts(u"releasedProviders"_s, {u"zai"_s, u"unheard-of"_s});
+        QVERIFY(offered("zai") && !offered("ollama"));
+        m_registry.offer({u"ollama"_s});
+        QVERIFY(offered("zai") && offered("ollama") && !offered("copilot"));
+        m_registry.offer({u"all"_s});
+        QVERIFY(offered("copilot") && !offered("devin")); // nobody can read that one
+        m_registry.offer({});
+        m_preferences.remove(u"releasedProviders"_s);
+    }
+
     void rowsFollowTheUsersOrder()
     {
         const std::pair<QStringList, QStringList> rows[]{
