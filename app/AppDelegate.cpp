@@ -1,6 +1,5 @@
 #include "app/AppDelegate.h"
 
-#include "app/Demo.h"
 #include "app/FirstRun.h"
 #include "app/PreferenceMigration.h"
 #include "characters/CharacterMotion.h"
@@ -10,27 +9,16 @@
 #include "platform/PreferenceStore.h"
 #include "platform/StatusItem.h"
 #include "usage/ClaudeSetup.h"
-#include "usage/CodexSnapshot.h"
 #include "usage/ContextCache.h"
-#include "usage/KeychainStore.h"
 #include "usage/ProviderRegistry.h"
-#include "usage/SnapshotFiles.h"
-#include "usage/UsageSources.h"
 #include "usage/UsageTexts.h"
 
 #include <QCoreApplication>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QtConcurrentRun>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace {
-
-const QString claudeId = u"claude"_s;
-const QString codexId = u"codex"_s;
-constexpr int mostWorkers = 8; // they wait, they don't compute
 
 namespace MenuId {
 const QString open = u"open"_s;
@@ -48,17 +36,10 @@ AppDelegate::AppDelegate(const Facilities& facilities)
     , m_panel(new UsagePanelView)
     , m_window(m_panel)
     , m_driver(facilities.preferences, facilities.statusItem, *m_panel)
-    , m_runner{.script = facilities.paths.resources + "/provider_snapshot.py"_L1}
+    , m_usage(facilities.registry, facilities.keychain, facilities.paths, facilities.isDemo)
 {
-    m_workers.setMaxThreadCount(mostWorkers);
+    m_usage.onChange = [this] { refreshPanel(); };
     onQuit = [] { QCoreApplication::quit(); };
-}
-
-AppDelegate::~AppDelegate()
-{
-    // No child outlives the program: the waits end at once, and end their children.
-    m_cancellation.cancel();
-    m_workers.waitForDone();
 }
 
 void AppDelegate::applicationDidFinishLaunching(bool background)
@@ -72,16 +53,16 @@ void AppDelegate::applicationDidFinishLaunching(bool background)
     configureStatusItem();
     if (!m_facilities.isDemo)
         removeOldContextCache(m_facilities.paths.supportDirectory);
-    readSavedUsage();
-    fetchSnapshotProviders();
+    m_usage.readSaved();
+    m_usage.fetchSnapshotProviders();
     refreshPanel();
     updateAnimationTimers();
 
     connect(&m_refreshTimer, &QTimer::timeout, this, &AppDelegate::refresh);
     m_refreshTimer.start(refreshInterval);
-    fetchCodex();
+    m_usage.fetchCodex();
     if (!m_facilities.isDemo) {
-        m_workers.start([&setup = m_facilities.claudeSetup] {
+        m_usage.runAside([&setup = m_facilities.claudeSetup] {
             try {
                 setup.refreshIfConnected();
             } catch (const ClaudeSetup::Failure&) {
@@ -153,103 +134,23 @@ void AppDelegate::loadTheme()
     m_driver.setTheme(&m_theme);
 }
 
-void AppDelegate::readSavedUsage()
-{
-    for (const ProviderDefinition& row : ProviderRegistry::all()) {
-        if (m_facilities.isDemo) {
-            if (const std::optional<ServiceUsage> usage = Demo::usage(row.id))
-                m_usageByID.insert(row.id, *usage);
-        } else if (row.snapshotFile) {
-            m_usageByID.insert(row.id, savedUsage(m_facilities.registry, row));
-        }
-    }
-}
-
-void AppDelegate::readClaudeUsage()
-{
-    m_usageByID.insert(claudeId,
-                       m_facilities.isDemo ? *Demo::usage(claudeId)
-                                           : claudeUsage(m_facilities.paths.supportDirectory));
-}
-
 void AppDelegate::refresh()
 {
-    readClaudeUsage();
-    if (m_facilities.isDemo)
-        m_usageByID.insert(codexId, *Demo::usage(codexId));
+    m_usage.readClaude();
     refreshPanel();
-    fetchCodex();
+    m_usage.fetchCodex();
     if (++m_pollCount % providerPolls == 0)
-        fetchSnapshotProviders();
+        m_usage.fetchSnapshotProviders();
 }
 
 void AppDelegate::refreshNow()
 {
-    readClaudeUsage();
+    m_usage.readClaude();
     CharacterSpeech::nextLine(m_facilities.preferences);
     refreshPanel();
     m_driver.restartSpeech();
-    fetchCodex();
-    fetchSnapshotProviders();
-}
-
-void AppDelegate::fetchCodex()
-{
-    if (m_codexRunning || m_facilities.isDemo)
-        return;
-    const bool isFirstContact = isCodexFirstContact(m_facilities.registry);
-    if (!isFirstContact && !m_facilities.registry.isEnabled(codexId))
-        return;
-    m_codexRunning = true;
-    QtConcurrent::run(&m_workers,
-                      [folder = m_facilities.paths.supportDirectory, &cancel = m_cancellation] {
-                          return CodexSnapshot::read(CodexSnapshot::defaultTimeout, folder,
-                                                     &cancel);
-                      })
-        .then(this, [this, isFirstContact](const QByteArray& document) {
-            m_codexRunning = false;
-            takeCodexDocument(document, isFirstContact);
-        });
-}
-
-void AppDelegate::takeCodexDocument(const QByteArray& document, bool isFirstContact)
-{
-    // A newcomer who does not use Codex is not to meet a card that complains about it.
-    if (isFirstContact && QJsonDocument::fromJson(document).object().contains("error"_L1))
-        return;
-    m_usageByID.insert(codexId, codexReadUsage(m_facilities.registry, document));
-    refreshPanel();
-}
-
-void AppDelegate::fetchSnapshotProviders()
-{
-    if (m_facilities.isDemo || !m_runner.isAvailable())
-        return;
-    for (const ProviderDefinition& row : m_facilities.registry.enabledSnapshotProviders()) {
-        if (m_snapshotRunning.contains(row.id))
-            continue;
-        m_snapshotRunning.insert(row.id);
-        QtConcurrent::run(&m_workers, [this, id = row.id] {
-            return m_runner.run(id, m_facilities.keychain.key(id), &m_cancellation);
-        }).then(this, [this, row](const std::optional<QByteArray>& output) {
-            m_snapshotRunning.remove(row.id);
-            if (output)
-                m_usageByID.insert(
-                    row.id, snapshotRunUsage(m_facilities.paths.supportDirectory, row, *output));
-            refreshPanel();
-        });
-    }
-}
-
-QList<ServiceUsage> AppDelegate::shownServices() const
-{
-    QList<ServiceUsage> services;
-    for (const ProviderDefinition& row : m_facilities.registry.visible()) {
-        const auto usage = m_usageByID.constFind(row.id);
-        if (usage != m_usageByID.cend() && m_facilities.registry.isEnabled(row.id))
-            services.append(*usage);
-    }
-    return services;
+    m_usage.fetchCodex();
+    m_usage.fetchSnapshotProviders();
 }
 
 void AppDelegate::refreshPanel()
@@ -258,7 +159,7 @@ void AppDelegate::refreshPanel()
     m_panel->setLowLimitLooks(CharacterLowLimit(m_facilities.preferences).looks());
     m_panel->setSpeech(CharacterSpeech::isEnabled(m_facilities.preferences),
                        CharacterSpeech::rotation(m_facilities.preferences));
-    m_panel->setServices(shownServices());
+    m_panel->setServices(m_usage.shown());
     if (m_window.isVisible()) {
         m_panel->showCards();
         m_window.fitContent();
@@ -271,7 +172,7 @@ void AppDelegate::refreshPanel()
 void AppDelegate::updateStatusTexts()
 {
     const QString tightest
-        = tightestLimitText(shownServices(), savedDisplayMode(m_facilities.preferences), QLocale());
+        = tightestLimitText(m_usage.shown(), savedDisplayMode(m_facilities.preferences), QLocale());
     m_facilities.statusItem.setTitle(tightest.isEmpty() ? u"Vexlo"_s : "Vexlo: "_L1 + tightest);
     m_facilities.statusItem.setToolTip(
         u"Vexlo"_s, tightest.isEmpty() ? tr("No limits are known yet") : tightest);
@@ -317,6 +218,6 @@ void AppDelegate::openWithoutHost()
 
 void AppDelegate::quit()
 {
-    m_cancellation.cancel();
+    m_usage.cancel();
     onQuit();
 }

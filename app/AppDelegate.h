@@ -1,19 +1,15 @@
 #pragma once
 
 #include "app/CharacterDriver.h"
+#include "app/UsageCollector.h"
 #include "characters/CustomCharacterLibrary.h"
 #include "characters/PixelTheme.h"
 #include "characters/SpeechFont.h"
 #include "panel/PanelWindow.h"
 #include "panel/UsagePanelView.h"
 #include "platform/ApplicationPaths.h"
-#include "platform/Cancellation.h"
-#include "usage/SnapshotRunner.h"
 
-#include <QHash>
 #include <QObject>
-#include <QSet>
-#include <QThreadPool>
 #include <QTimer>
 
 #include <chrono>
@@ -27,10 +23,7 @@ class ProviderRegistry;
 class StatusItem;
 
 /// The application controller: owns the records of every service, the panel and the timers, and
-/// decides when usage is read, shown and refreshed.
-///
-/// All state belongs to the main thread. Reads that wait for others run on workers, one at a time
-/// for each service, and hand their result back through the event loop.
+/// decides when usage is read, shown and refreshed. Main thread only.
 class AppDelegate : public QObject {
     Q_OBJECT
 
@@ -52,7 +45,6 @@ public:
     static constexpr std::chrono::seconds hostPatience{10};
 
     explicit AppDelegate(const Facilities& facilities);
-    ~AppDelegate() override;
 
     /// Starts everything. In the `background`, as at login, it opens nothing when no desktop bar
     /// shows the status item.
@@ -66,7 +58,10 @@ public:
     void refresh();
     void quit();
 
-    [[nodiscard]] const QHash<QString, ServiceUsage>& usageByID() const { return m_usageByID; }
+    [[nodiscard]] const QHash<QString, ServiceUsage>& usageByID() const
+    {
+        return m_usage.usageByID();
+    }
     [[nodiscard]] PanelWindow& panelWindow() { return m_window; }
     [[nodiscard]] CharacterDriver& driver() { return m_driver; }
 
@@ -78,16 +73,10 @@ private:
     void configureStatusItem();
     void applyAppearance();
     void loadTheme();
-    void readSavedUsage();
-    void readClaudeUsage();
-    void fetchCodex();
-    void takeCodexDocument(const QByteArray& document, bool isFirstContact);
-    void fetchSnapshotProviders();
     void refreshPanel();
     void updateStatusTexts();
     void updateAnimationTimers();
     void openWithoutHost();
-    [[nodiscard]] QList<ServiceUsage> shownServices() const;
 
     Facilities m_facilities;
     CustomCharacterLibrary m_library;
@@ -96,13 +85,8 @@ private:
     PanelWindow m_window;
     PixelTheme m_theme;
     CharacterDriver m_driver;
-    QHash<QString, ServiceUsage> m_usageByID;
+    UsageCollector m_usage;
     QTimer m_refreshTimer;
     QTimer m_hostTimer;
     quint64 m_pollCount = 0;
-    bool m_codexRunning = false;
-    QSet<QString> m_snapshotRunning;
-    SnapshotRunner m_runner;
-    Cancellation m_cancellation; // of what the workers wait for
-    QThreadPool m_workers;
 };
