@@ -9,12 +9,12 @@
 #include <cmath>
 
 UsageCardView::UsageCardView(QWidget* parent)
-    : QWidget(parent)
+    : CharacterCard(parent)
 {
     setFocusPolicy(Qt::TabFocus);
 }
 
-qreal UsageCardView::characterSide()
+qreal UsageCardView::characterSide() const
 {
     return CardStyle().characterSide * textScale();
 }

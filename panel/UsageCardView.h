@@ -1,30 +1,24 @@
 #pragma once
 
+#include "panel/CharacterCard.h"
 #include "panel/UsageCard.h"
-#include "platform/DesktopAppearance.h"
-
-#include <QImage>
-#include <QWidget>
 
 /// One service's card. It can be reached by keyboard and tells a screen reader what it says.
-class UsageCardView : public QWidget {
+class UsageCardView final : public CharacterCard {
     Q_OBJECT
 
 public:
     explicit UsageCardView(QWidget* parent = nullptr);
 
     void setCard(const UsageCard& card);
-    void setColors(const Palette& palette);
-    /// Shows `image` as the character; only its place is painted again.
-    void setCharacter(const QImage& image);
-    /// The font in which the character speaks.
-    void setSpeechFont(const QFont& font);
-    /// Shows the first `count` characters of what is said; only the bubble is painted again.
-    void setRevealCount(int count);
+    void setColors(const Palette& palette) override;
+    [[nodiscard]] qreal characterSide() const override;
+    void setCharacter(const QImage& image) override;
+    [[nodiscard]] QString speech() const override { return m_card.speech; }
+    void setSpeechFont(const QFont& font) override;
+    void setRevealCount(int count) override;
 
     [[nodiscard]] const UsageCard& card() const { return m_card; }
-    /// The side of the character's place in widget coordinates, as the desktop's text size has it.
-    [[nodiscard]] static qreal characterSide();
     [[nodiscard]] QSize sizeHint() const override;
 
 protected:

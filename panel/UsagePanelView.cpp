@@ -6,6 +6,7 @@
 #include <QPainter>
 #include <QVBoxLayout>
 
+#include <algorithm>
 #include <cmath>
 
 using namespace Qt::StringLiterals;
@@ -47,41 +48,80 @@ void UsagePanelView::setColors(const Palette& palette)
     update();
 }
 
-void UsagePanelView::makeViews(qsizetype count)
+void UsagePanelView::setNotesCard(QWidget* card)
 {
+    m_notesCard = card;
+    card->setParent(this);
+    card->hide();
+}
+
+UsagePanelView::Slot UsagePanelView::takeSlot(const QString& id)
+{
+    const auto found = std::ranges::find(m_slots, id, &Slot::id);
+    if (found != m_slots.end()) {
+        Slot slot = *found;
+        m_slots.erase(found);
+        return slot;
+    }
+    auto* view = new UsageCardView(this);
+    view->setColors(m_palette);
+    return {.id = id, .view = view};
+}
+
+void UsagePanelView::arrangeCards()
+{
+    std::vector<Slot> arranged;
+    for (const ServiceUsage& service : m_services)
+        arranged.push_back(takeSlot(service.id));
+    for (const Slot& left : m_slots)
+        delete left.view;
+    m_slots = std::move(arranged);
+
+    QList<QWidget*> cards;
+    for (const Slot& slot : m_slots)
+        cards.append(slot.view);
+    const bool hasNotes = m_notesCard && m_notesPlace;
+    if (hasNotes)
+        cards.insert(std::clamp<qsizetype>(*m_notesPlace, 0, cards.size()), m_notesCard);
+    if (m_notesCard)
+        m_notesCard->setVisible(hasNotes);
     auto* column = static_cast<QVBoxLayout*>(layout());
-    while (qsizetype(m_slots.size()) > count) {
-        delete m_slots.back().view;
-        m_slots.pop_back();
+    for (qsizetype i = 0; i < cards.size(); ++i) {
+        if (column->indexOf(cards[i]) == i)
+            continue;
+        column->removeWidget(cards[i]);
+        column->insertWidget(int(i), cards[i]);
+        if (i > 0)
+            setTabOrder(cards[i - 1], cards[i]);
     }
-    while (qsizetype(m_slots.size()) < count) {
-        auto* view = new UsageCardView(this);
-        view->setColors(m_palette);
-        column->insertWidget(int(m_slots.size()), view);
-        m_slots.push_back({.view = view});
-    }
+    if (m_notesCard && !hasNotes)
+        column->removeWidget(m_notesCard);
 }
 
 void UsagePanelView::showCards(Date now)
 {
-    makeViews(m_services.size());
-    for (qsizetype i = 0; i < m_services.size(); ++i) {
-        const ServiceUsage& service = m_services[i];
-        Slot& slot = m_slots[size_t(i)];
-        const QColor color = m_theme ? m_theme->color(service.id) : QColor();
-        UsageCard card = usageCard(service, m_displayMode, color, QLocale(), now);
-        if (m_speechEnabled)
-            card.speech = CharacterSpeech::line(service, m_speechRotation, now);
-        if (m_speechEnabled && m_speechFont)
-            slot.view->setSpeechFont(m_speechFont->font(BubbleStyle().textSize));
-        slot.view->setCard(card);
-        slot.view->setRevealCount(m_speechRevealCount);
-        slot.state = lowLimitState(service, m_preview, m_looks, now);
-        updateCharacter(slot);
-    }
-    setAccessibleName(m_services.isEmpty() ? tr("Nothing to show yet") : tr("AI Usage"));
+    arrangeCards();
+    for (qsizetype i = 0; i < m_services.size(); ++i)
+        showService(m_slots[size_t(i)], m_services[i], now);
+    setAccessibleName(m_slots.empty() && !m_notesPlace ? tr("Nothing to show yet")
+                                                       : tr("AI Usage"));
     updateGeometry();
     update();
+}
+
+void UsagePanelView::showService(Slot& slot, const ServiceUsage& service, Date now)
+{
+    if (m_speechEnabled && m_speechFont)
+        slot.view->setSpeechFont(m_speechFont->font(BubbleStyle().textSize));
+    const QString speech
+        = m_speechEnabled ? CharacterSpeech::line(service, m_speechRotation, now) : QString();
+    const QColor color = m_theme ? m_theme->color(service.id) : QColor();
+    UsageCard card = usageCard(service, m_displayMode, color, QLocale(), now);
+    card.speech = speech;
+    static_cast<UsageCardView*>(slot.view)->setCard(card);
+    slot.view->setRevealCount(m_speechRevealCount);
+    slot.state = lowLimitState(service, m_preview, m_looks, now);
+    updateCharacter(slot);
 }
 
 void UsagePanelView::setSpeech(bool isEnabled, qint64 rotation)
@@ -101,7 +141,7 @@ int UsagePanelView::longestSpeech() const
 {
     qsizetype longest = 0;
     for (const Slot& slot : m_slots)
-        longest = std::max(longest, slot.view->card().speech.size());
+        longest = std::max(longest, slot.view->speech().size());
     return int(longest);
 }
 
@@ -116,14 +156,13 @@ void UsagePanelView::updateCharacter(Slot& slot)
 {
     if (!m_theme)
         return;
-    const QString slotId = slot.view->card().id;
-    const QString character = m_theme->choices.character(slotId);
+    const QString character = m_theme->choices.character(slot.id);
     const double time = m_animationTime / slowdown(slot.state);
     const CharacterPicture picture{
         .character = character,
         .frame = m_theme->frameIndex(character, time, m_isLively),
-        .color = m_theme->characterColor(slotId),
-        .size = UsageCardView::characterSide(),
+        .color = m_theme->characterColor(slot.id),
+        .size = slot.view->characterSide(),
         .pixelRatio = devicePixelRatioF(),
         .lively = m_isLively,
     };
@@ -143,15 +182,18 @@ void UsagePanelView::updateCharacter(Slot& slot)
 QSize UsagePanelView::sizeHint() const
 {
     const double scale = textScale();
-    int height = m_slots.empty() ? int(std::ceil(emptyHeight * scale)) : 0;
+    const bool hasNotes = m_notesCard && m_notesPlace;
+    int height = hasNotes ? m_notesCard->sizeHint().height() : 0;
     for (const Slot& slot : m_slots)
         height += slot.view->sizeHint().height();
+    if (m_slots.empty() && !hasNotes)
+        height = int(std::ceil(emptyHeight * scale));
     return {int(std::ceil(CardStyle().width * scale)), height};
 }
 
 void UsagePanelView::paintEvent(QPaintEvent*)
 {
-    if (!m_slots.empty())
+    if (!m_slots.empty() || (m_notesCard && m_notesPlace))
         return;
     QPainter painter(this);
     const double scale = textScale();

@@ -21,6 +21,10 @@ public:
     explicit UsagePanelView(QWidget* parent = nullptr);
 
     void setServices(const QList<ServiceUsage>& services) { m_services = services; }
+    /// The notes stand after the first `place` of the services, or with none nowhere.
+    void setNotesPlace(std::optional<qsizetype> place) { m_notesPlace = place; }
+    /// The card of the notes, which moves and updates by itself. Becomes the panel's.
+    void setNotesCard(QWidget* card);
     /// Brings the cards up to date with all that was set. Left to the caller, so that a closed
     /// panel costs neither time nor the memory of fonts that are not seen.
     void showCards(Date now = currentDate());
@@ -53,12 +57,15 @@ protected:
 
 private:
     struct Slot {
-        UsageCardView* view = nullptr;
+        QString id; // of the service
+        CharacterCard* view = nullptr;
         MascotState state = MascotState::active;
         QString pictureKey; // of what the card shows
     };
 
-    void makeViews(qsizetype count);
+    void arrangeCards();
+    [[nodiscard]] Slot takeSlot(const QString& id);
+    void showService(Slot& slot, const ServiceUsage& service, Date now);
     void updateCharacter(Slot& slot);
 
     QList<ServiceUsage> m_services;
@@ -74,4 +81,6 @@ private:
     LowLimitLooks m_looks;
     std::optional<MascotState> m_preview;
     std::vector<Slot> m_slots;
+    std::optional<qsizetype> m_notesPlace;
+    QWidget* m_notesCard = nullptr;
 };
