@@ -20,6 +20,8 @@ using namespace std::chrono_literals;
 
 namespace {
 
+const QString usageTab = u"usage"_s;
+
 namespace MenuId {
 const QString open = u"open"_s;
 const QString refresh = u"refresh"_s;
@@ -34,7 +36,6 @@ AppDelegate::AppDelegate(const Facilities& facilities)
                 facilities.paths.resources)
     , m_speechFont(facilities.paths.resources)
     , m_panel(new UsagePanelView)
-    , m_window(m_panel)
     , m_driver(facilities.preferences, facilities.statusItem, *m_panel)
     , m_usage(facilities.registry, facilities.keychain, facilities.paths, facilities.isDemo)
 {
@@ -81,6 +82,7 @@ void AppDelegate::applicationDidFinishLaunching(bool background)
 
 void AppDelegate::configurePanel()
 {
+    m_window.addPage(usageTab, m_panel);
     m_window.onShown = [this] { updateAnimationTimers(); };
     m_window.onClosed = [this] { updateAnimationTimers(); };
     m_window.onRefresh = [this] { refreshNow(); };

@@ -44,7 +44,8 @@ int main(int argc, char** argv)
     const PixelTheme theme
         = PixelTheme::loadSelected(preferences, themeRoots(ApplicationPaths::find(true)));
     auto* panel = new UsagePanelView;
-    PanelWindow window(panel);
+    PanelWindow window;
+    window.addPage(QStringLiteral("usage"), panel);
     window.onShown = window.onClosed = [] {};
     const Palette palette = paletteFor(ColorScheme::dark);
     panel->setColors(palette);

@@ -23,6 +23,7 @@ namespace {
 constexpr qint64 justHiddenMilliseconds = 250;
 constexpr int footerMargin = 14; // pixels, as all here
 constexpr int footerGap = 6;
+constexpr int tabMargin = 11; // the border adds one
 
 qint64 steadyMilliseconds()
 {
@@ -56,41 +57,87 @@ QString panelStyleSheet(const Palette& palette)
 
 } // namespace
 
-PanelWindow::PanelWindow(QWidget* content)
+PanelWindow::PanelWindow()
     : QWidget(nullptr)
+    , m_column(new QVBoxLayout(this))
     , m_scrollArea(new QScrollArea)
     , m_explanation(new QLabel)
     , m_refresh(new QPushButton(tr("Refresh")))
+    , m_settings(new QPushButton(tr("Settings…")))
 {
     setWindowTitle(u"Vexlo"_s);
     setFocusPolicy(Qt::StrongFocus);
     m_explanation->setWordWrap(true);
     m_explanation->setContentsMargins(footerMargin, footerMargin, footerMargin, 0);
     m_explanation->hide();
-    m_scrollArea->setWidget(content);
     m_scrollArea->setWidgetResizable(true);
     m_scrollArea->setFrameShape(QFrame::NoFrame);
     m_scrollArea->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     m_scrollArea->setFocusPolicy(Qt::NoFocus);
     m_refresh->setToolTip(tr("Ask every service now (Ctrl+R)"));
     connect(m_refresh, &QPushButton::clicked, this, [this] { onRefresh(); });
+    m_settings->setToolTip(tr("Change what is shown and how (Ctrl+,)"));
+    m_settings->hide();
+    connect(m_settings, &QPushButton::clicked, this, [this] { onSettings(); });
 
     auto* footer = new QHBoxLayout;
     footer->setContentsMargins(footerMargin, 0, footerMargin, footerMargin / 2);
     footer->addWidget(m_refresh);
     footer->addStretch();
-    auto* layout = new QVBoxLayout(this);
-    layout->setContentsMargins(1, footerGap, 1, 1); // the border's
-    layout->setSpacing(footerGap);
-    layout->addWidget(m_explanation);
-    layout->addWidget(m_scrollArea, 1);
-    layout->addLayout(footer);
+    footer->addWidget(m_settings);
+    m_column->setContentsMargins(1, footerGap, 1, 1); // the border's
+    m_column->setSpacing(footerGap);
+    m_column->addWidget(m_explanation);
+    m_column->addWidget(m_scrollArea, 1);
+    m_column->addLayout(footer);
     addShortcuts();
     // A screen that is unplugged takes the popover's place with it. Qt has moved on by the next
     // turn.
     connect(
         qApp, &QGuiApplication::screenRemoved, this, [this] { fitContent(); },
         Qt::QueuedConnection);
+}
+
+PanelWindow::~PanelWindow()
+{
+    for (QWidget* page : std::as_const(m_pages)) {
+        if (page != m_scrollArea->widget())
+            delete page;
+    }
+}
+
+void PanelWindow::addPage(const QString& id, QWidget* page)
+{
+    m_pages.insert(id, page);
+    if (m_page.isEmpty())
+        showPage(id);
+}
+
+void PanelWindow::showPage(const QString& id)
+{
+    if (id == m_page || !m_pages.contains(id))
+        return;
+    m_page = id;
+    m_scrollArea->takeWidget();
+    m_scrollArea->setWidget(m_pages.value(id));
+    m_pages.value(id)->show();
+    scrollToTop();
+    fitContent();
+}
+
+void PanelWindow::setTabBar(QWidget* bar)
+{
+    auto* row = new QHBoxLayout;
+    row->setContentsMargins(tabMargin, footerGap, tabMargin, 0);
+    row->addWidget(bar);
+    m_column->insertLayout(1, row);
+}
+
+void PanelWindow::offerSettings()
+{
+    m_settings->show();
+    connect(new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_Comma), this), &QShortcut::activated,
+            this, [this] { onSettings(); });
 }
 
 void PanelWindow::addShortcuts()

@@ -2,6 +2,7 @@
 
 #include "platform/DesktopAppearance.h"
 
+#include <QHash>
 #include <QWidget>
 
 #include <functional>
@@ -10,6 +11,7 @@
 class QLabel;
 class QPushButton;
 class QScrollArea;
+class QVBoxLayout;
 
 /// The window around the panel: a popover beside the status item, or an ordinary window where the
 /// desktop has no place for status items.
@@ -19,8 +21,18 @@ class PanelWindow : public QWidget {
     Q_OBJECT
 
 public:
-    /// Takes `content`, which tells its height by its size hint, for the window's scrolling middle.
-    explicit PanelWindow(QWidget* content);
+    PanelWindow();
+    ~PanelWindow() override;
+
+    /// Takes `page`, which tells its height by its size hint, for the window's scrolling middle.
+    /// The first page is shown at once.
+    void addPage(const QString& id, QWidget* page);
+    void showPage(const QString& id);
+    [[nodiscard]] QString page() const { return m_page; }
+    /// Puts `bar` above the pages.
+    void setTabBar(QWidget* bar);
+    /// Offers "Settings…" in the footer and by key, which calls `onSettings`.
+    void offerSettings();
 
     /// Shows it as a popover for a status item. `anchor` is where that was clicked, if known.
     void showPopover(std::optional<QPoint> anchor);
@@ -41,6 +53,7 @@ public:
     std::function<void()> onClosed; // hidden in whatever way
     std::function<void()> onWindowClosed; // the ordinary window, by the user
     std::function<void()> onRefresh;
+    std::function<void()> onSettings;
     std::function<void()> onQuit;
 
 protected:
@@ -57,9 +70,13 @@ private:
     [[nodiscard]] QSize wantedSize() const;
     [[nodiscard]] QScreen* targetScreen() const;
 
+    QVBoxLayout* m_column = nullptr;
+    QHash<QString, QWidget*> m_pages; // the one shown belongs to the scroll area
+    QString m_page;
     QScrollArea* m_scrollArea = nullptr;
     QLabel* m_explanation = nullptr;
     QPushButton* m_refresh = nullptr;
+    QPushButton* m_settings = nullptr;
     Palette m_palette;
     std::optional<QPoint> m_anchor;
     bool m_isPopover = true;
