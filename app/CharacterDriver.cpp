@@ -74,6 +74,12 @@ void CharacterDriver::updateAnimationTimers(bool isOpen)
     updateStatusItem(0, menuBarState(m_panel.services()));
 }
 
+void CharacterDriver::setSpeedDraft(std::optional<int> step)
+{
+    m_speed = CharacterMotion::speedFactor(
+        step.value_or(CharacterMotion::animationSpeed(m_preferences)));
+}
+
 void CharacterDriver::updateStillImages()
 {
     if (!m_timer.isActive())
@@ -85,7 +91,10 @@ void CharacterDriver::advanceAnimation()
     m_animationPhase += m_speed * phaseStep;
     const MascotState state = menuBarState(m_panel.services());
     updateStatusItem(menuFrame(state), state);
-    m_panel.setAnimationTime(m_reducedMotion ? 0 : m_animationPhase * characterTimePerPhase);
+    const double time = m_reducedMotion ? 0 : m_animationPhase * characterTimePerPhase;
+    m_panel.setAnimationTime(time);
+    if (onStep)
+        onStep(time);
 }
 
 void CharacterDriver::restartSpeech()

@@ -7,6 +7,7 @@
 #include <QTimer>
 
 #include <functional>
+#include <optional>
 
 class PreferenceStore;
 class StatusItem;
@@ -48,6 +49,10 @@ public:
     void continueSpeech();
     /// Types one more character; with reduced motion all that is left. The timer calls it.
     void advanceSpeech();
+    /// Moves other characters with the same clock; called at every step, with its time in seconds.
+    std::function<void(double seconds)> onStep;
+    /// Another speed step (0 to 2) than the saved one, for as long as it is tried out.
+    void setSpeedDraft(std::optional<int> step);
     [[nodiscard]] bool isSpeaking() const { return m_speechTimer.isActive(); }
 
 private:

@@ -60,6 +60,7 @@ constexpr std::array commandOptions{
     CommandOption{"--connect-claude"_L1, Command::connectClaude},
     CommandOption{"--disconnect-claude"_L1, Command::disconnectClaude},
     CommandOption{"--add-task"_L1, Command::addTask},
+    CommandOption{"--settings"_L1, Command::settings},
     CommandOption{"--enable-login"_L1, Command::enableLogin},
     CommandOption{"--disable-login"_L1, Command::disableLogin},
     CommandOption{"--help"_L1, Command::help},
@@ -116,6 +117,10 @@ private:
             m_line.background = true;
         else if (argument == "--demo"_L1)
             m_line.demo = true;
+        else if (argument == "--welcome"_L1)
+            m_line.welcome = true;
+        else if (argument == "--snapshot-character-settings"_L1)
+            m_line.snapshotFolder = u"build"_s;
         else if (name == "--providers"_L1)
             m_line.providers = value(argument).split(u',', Qt::SkipEmptyParts);
         else if (!argument.startsWith(u'-'))
@@ -137,8 +142,23 @@ private:
             m_line.task = value(argument);
         else if (command == Command::status)
             takeStatusForm(argument);
+        else if (command == Command::settings)
+            takePane(argument);
         else if (argument.contains(u'='))
             m_line.error = Texts::tr("unknown option %1").arg(argument);
+    }
+
+    void takePane(const QString& argument)
+    {
+        const bool hasPane = argument.contains(u'=')
+            || (m_next < m_arguments.size() && !m_arguments[m_next].startsWith(u'-'));
+        if (!hasPane)
+            return;
+        m_line.pane = value(argument);
+        static const QStringList panes{u"general"_s, u"theme"_s, u"character"_s, u"about"_s,
+                                       u"accounts"_s};
+        if (!panes.contains(m_line.pane))
+            m_line.error = Texts::tr("the panes of the settings are %1").arg(panes.join(u", "_s));
     }
 
     void takeStatusForm(const QString& argument)
@@ -191,12 +211,15 @@ desktop's status bar and a panel behind it.
                         line of your own keeps its output
   --disconnect-claude   put back the status line you had before connecting and
                         stop showing Claude usage
+  --settings [PANE]     open the settings: general, theme, character, about or
+                        accounts
   --add-task TEXT       put a task on the list of notes
   --enable-login        start Vexlo when you log in
   --disable-login       no longer start it then
   --providers LIST      for this run, offer further services: all, or the names
                         of some with commas between them: copilot, ollama,
                         openrouter, zai
+  --welcome             show the welcome again
   --demo                show made-up figures; touches none of your files
   -h, --help            print this and end
   -v, --version         print the version and end

@@ -13,6 +13,7 @@ struct CommandLine {
         connectClaude,
         disconnectClaude,
         addTask,
+        settings,
         enableLogin,
         disableLogin,
         help,
@@ -28,6 +29,9 @@ struct CommandLine {
     bool background = false; // open nothing unasked, as at login
     bool demo = false; // made-up figures and a place of its own
     QString task; // of `addTask`, as given
+    QString pane; // of `settings`; empty for the last one
+    QString snapshotFolder; // where to draw pictures of the Character settings; empty for not
+    bool welcome = false; // shows the welcome whether or not it was shown before
     QStringList providers; // further ones to offer, ids or "all"
     QString error; // empty, or what is wrong with the arguments
 

@@ -1,17 +1,31 @@
 #include "app/AppDelegate.h"
+#include "app/AppUpdater.h"
 #include "app/CommandLine.h"
+#include "app/LoginCommand.h"
 #include "app/TerminalCommands.h"
+#include "platform/CrashReports.h"
 #include "platform/PreferenceStore.h"
 #include "platform/QuitSignals.h"
+#include "platform/linux/AutostartEntry.h"
 #include "platform/linux/BusInstance.h"
+#include "platform/linux/CalendarApplication.h"
+#include "platform/linux/DesktopCalendarStore.h"
+#include "platform/linux/DesktopClipboard.h"
+#include "platform/linux/DesktopNotifier.h"
+#include "platform/linux/IcsCalendarStore.h"
 #include "platform/linux/LinuxAppearance.h"
+#include "platform/linux/OpenWith.h"
+#include "platform/linux/PackageKitUpdates.h"
+#include "platform/linux/ProcCounters.h"
 #include "platform/linux/SecretServiceStore.h"
 #include "platform/linux/TrayStatusItem.h"
+#include "today/ShelfPictures.h"
 #include "usage/ClaudeSetup.h"
 #include "usage/KeychainStore.h"
 #include "usage/ProviderRegistry.h"
 
 #include <QApplication>
+#include <QFile>
 #include <QSocketNotifier>
 #include <QTranslator>
 
@@ -46,6 +60,8 @@ struct Session {
         , instance(commandLine.demo)
     {
         registry.offer(commandLine.providers);
+        // The provider script keeps its snapshots where we read them.
+        qputenv("VEXLO_SUPPORT_DIR", QFile::encodeName(paths.supportDirectory));
     }
 
     [[nodiscard]] TerminalSession terminal()
@@ -87,31 +103,71 @@ bool hasDisplay()
 bool needsDisplay(const CommandLine& line)
 {
     return line.error.isEmpty()
-        && (line.command == Command::start || line.command == Command::toggle);
+        && (line.command == Command::start || line.command == Command::toggle
+            || line.command == Command::settings);
+}
+
+/// The desktop's side of the program with a display.
+struct Desktop {
+    explicit Desktop(const PreferenceStore& preferences)
+        : calendarStore(calendarFolders(preferences))
+    {
+    }
+
+    TrayStatusItem statusItem{u"vexlo"_s};
+    LinuxAppearance appearance;
+    DesktopCalendarStore calendarStore;
+    DesktopClipboard clipboard{pictureTypes(), ClipboardShelf::privateTypes()};
+    ProcCounters counters;
+    DesktopNotifier notifier;
+    AutostartEntry loginItem;
+    PackageKitUpdates updates{{}};
+    AppUpdater updater{updates};
+    OpenWith opener;
+    CalendarApplication calendarApplication;
+    CrashReports crashReports;
+};
+
+InstanceActions actionsOf(AppDelegate& delegate)
+{
+    return {
+        .toggle = [&delegate] { delegate.togglePanel(); },
+        .show = [&delegate] { delegate.showPanel(); },
+        .refresh = [&delegate] { delegate.refreshNow(); },
+        .quit = [&delegate] { delegate.quit(); },
+        .showTab = [&delegate](const QString& tab) { delegate.showTab(tab); },
+        .settings = [&delegate](const QString& pane) { delegate.showSettings(pane); },
+        .addTask = [&delegate](const QString& text) { return delegate.addTask(text); },
+    };
 }
 
 /// The program with its status item and panel, until it is quit.
 int runApplication(Session& session)
 {
     QApplication::setQuitOnLastWindowClosed(false);
-    TrayStatusItem statusItem(u"vexlo"_s);
-    LinuxAppearance appearance;
+    Desktop desktop(session.preferences);
+    if (!session.line.demo)
+        desktop.crashReports.install(QCoreApplication::applicationVersion());
     AppDelegate delegate({
         .preferences = session.preferences,
         .registry = session.registry,
         .keychain = session.keychain,
-        .statusItem = statusItem,
-        .appearance = appearance,
+        .statusItem = desktop.statusItem,
+        .appearance = desktop.appearance,
         .claudeSetup = session.claudeSetup,
+        .calendarStore = desktop.calendarStore,
+        .clipboard = desktop.clipboard,
+        .counters = desktop.counters,
+        .notifier = desktop.notifier,
+        .loginItem = desktop.loginItem,
+        .updater = desktop.updater,
+        .opener = desktop.opener,
+        .crashReports = desktop.crashReports,
         .paths = session.paths,
         .isDemo = session.line.demo,
     });
-    const RunningInstance::Claim claim = session.instance.claim({
-        .toggle = [&delegate] { delegate.togglePanel(); },
-        .show = [&delegate] { delegate.showPanel(); },
-        .refresh = [&delegate] { delegate.refreshNow(); },
-        .quit = [&delegate] { delegate.quit(); },
-    });
+    delegate.onOpenCalendar = [&desktop] { desktop.calendarApplication.open(); };
+    const RunningInstance::Claim claim = session.instance.claim(actionsOf(delegate));
     if (claim == RunningInstance::Claim::taken)
         return session.instance.send(RunningInstance::Request::toggle) ? 0 : 1;
 
@@ -127,10 +183,28 @@ int runApplication(Session& session)
             Texts::tr("Vexlo is in your desktop's status bar. Click its character, or run it with "
                       "--toggle.")
             + u'\n');
-    delegate.applicationDidFinishLaunching(session.line.background);
+    delegate.applicationDidFinishLaunching({session.line.background, session.line.welcome});
     if (session.line.command == Command::toggle)
         delegate.showPanel();
+    else if (session.line.command == Command::settings)
+        delegate.showSettings(session.line.pane);
+    if (!session.line.snapshotFolder.isEmpty())
+        delegate.settings().snapshotCharacterSettings(session.line.snapshotFolder,
+                                                      [&delegate] { delegate.quit(); });
     return QApplication::exec();
+}
+
+/// Puts a task on the list of the running program, or else into its file.
+int addTask(Session& session)
+{
+    std::optional<bool> isAdded
+        = session.instance.send(RunningInstance::Request::addTask, session.line.task);
+    if (!isAdded)
+        isAdded
+            = NotesStore(session.paths.supportDirectory + "/notes.json"_L1).add(session.line.task);
+    if (!*isAdded)
+        printError(Texts::tr("The task is empty, or the list is full.") + u'\n');
+    return *isAdded ? 0 : 1;
 }
 
 int runInTerminal(Session& session, const QString& program)
@@ -142,6 +216,13 @@ int runInTerminal(Session& session, const QString& program)
     case Command::connectClaude:
     case Command::disconnectClaude:
         return runClaude(terminal, session.claudeSetup);
+    case Command::addTask:
+        return addTask(session);
+    case Command::enableLogin:
+    case Command::disableLogin: {
+        AutostartEntry loginItem;
+        return runLogin(loginItem, session.line.command == Command::enableLogin);
+    }
     case Command::quit:
         if (session.instance.send(RunningInstance::Request::quit))
             return 0;
@@ -171,6 +252,9 @@ int run(const CommandLine& line, const QString& program)
     if (!QCoreApplication::instance()->inherits("QApplication"))
         return runInTerminal(session, program);
     if (line.command == Command::toggle && session.instance.send(RunningInstance::Request::toggle))
+        return 0;
+    if (line.command == Command::settings
+        && session.instance.send(RunningInstance::Request::settings, line.pane))
         return 0;
     return runApplication(session);
 }

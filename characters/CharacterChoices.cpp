@@ -49,6 +49,29 @@ CharacterChoices CharacterChoices::saved(const PreferenceStore& preferences)
     return choices;
 }
 
+void CharacterChoices::save(PreferenceStore& preferences) const
+{
+    QHash<QString, QString> wanted;
+    for (const auto& [slot, character] : characters.asKeyValueRange())
+        wanted.insert(slot == menuSlot ? QString(menuKey) : cardPrefix + slot, character);
+    for (const auto& [slot, mode] : colorModes.asKeyValueRange())
+        wanted.insert(modePrefix + slot, mode);
+    for (const auto& [slot, color] : customColors.asKeyValueRange())
+        wanted.insert(customPrefix + slot, hexString(color));
+    for (const auto& [id, color] : palette.asKeyValueRange())
+        wanted.insert(palettePrefix + id, hexString(color));
+    for (const QString& key : preferences.keys()) {
+        const bool isOurs = key == menuKey || key.startsWith(cardPrefix)
+            || key.startsWith(modePrefix) || key.startsWith(palettePrefix);
+        if (isOurs && !wanted.contains(key))
+            preferences.remove(key);
+    }
+    for (const auto& [key, value] : wanted.asKeyValueRange()) {
+        if (preferences.text(key) != value)
+            preferences.setText(key, value);
+    }
+}
+
 QString CharacterChoices::character(const QString& slot) const
 {
     const auto chosen = characters.constFind(slot);

@@ -19,6 +19,9 @@ struct CharacterChoices {
     /// The saved choices. Colours that cannot be read are left out.
     [[nodiscard]] static CharacterChoices saved(const PreferenceStore& preferences);
 
+    /// Makes these the saved choices: what is not among them goes back to its default.
+    void save(PreferenceStore& preferences) const;
+
     /// The id of the character in `slot`: the chosen one, else the slot's own.
     [[nodiscard]] QString character(const QString& slot) const;
     /// The id of the character that `slot` shows until the user chooses: a card's own id, mostly.

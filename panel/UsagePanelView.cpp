@@ -1,6 +1,7 @@
 #include "panel/UsagePanelView.h"
 
 #include "characters/CharacterSpeech.h"
+#include "panel/TodayCardView.h"
 #include "platform/TextFonts.h"
 
 #include <QPainter>
@@ -13,6 +14,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+const QString calendarId = u"calendar"_s;
 constexpr qreal emptyHeight = 170; // points
 constexpr qreal emptyTitleSize = 14;
 constexpr qreal emptyHintSize = 11;
@@ -63,9 +65,20 @@ UsagePanelView::Slot UsagePanelView::takeSlot(const QString& id)
         m_slots.erase(found);
         return slot;
     }
-    auto* view = new UsageCardView(this);
+    CharacterCard* view = makeCard(id);
     view->setColors(m_palette);
     return {.id = id, .view = view};
+}
+
+CharacterCard* UsagePanelView::makeCard(const QString& id)
+{
+    if (id != calendarId)
+        return new UsageCardView(this);
+    auto* today = new TodayCardView(this);
+    today->onCalendarNavigate
+        = [this](Date month, std::optional<Date> selected) { onCalendarNavigate(month, selected); };
+    today->onOpenCalendar = [this] { onOpenCalendar(); };
+    return today;
 }
 
 void UsagePanelView::arrangeCards()
@@ -113,15 +126,29 @@ void UsagePanelView::showService(Slot& slot, const ServiceUsage& service, Date n
 {
     if (m_speechEnabled && m_speechFont)
         slot.view->setSpeechFont(m_speechFont->font(BubbleStyle().textSize));
-    const QString speech
-        = m_speechEnabled ? CharacterSpeech::line(service, m_speechRotation, now) : QString();
-    const QColor color = m_theme ? m_theme->color(service.id) : QColor();
-    UsageCard card = usageCard(service, m_displayMode, color, QLocale(), now);
-    card.speech = speech;
-    static_cast<UsageCardView*>(slot.view)->setCard(card);
+    const bool isCalendar = service.id == calendarId;
+    const QString speech = m_speechEnabled
+        ? CharacterSpeech::line(isCalendar ? m_spokenCalendar : service, m_speechRotation, now)
+        : QString();
+    if (isCalendar) {
+        auto* today = static_cast<TodayCardView*>(slot.view);
+        today->setUsage(service, now);
+        today->setSpeech(speech);
+    } else {
+        showUsage(static_cast<UsageCardView&>(*slot.view), service, speech, now);
+    }
     slot.view->setRevealCount(m_speechRevealCount);
     slot.state = lowLimitState(service, m_preview, m_looks, now);
     updateCharacter(slot);
+}
+
+void UsagePanelView::showUsage(UsageCardView& view, const ServiceUsage& service,
+                               const QString& speech, Date now)
+{
+    const QColor color = m_theme ? m_theme->color(service.id) : QColor();
+    UsageCard card = usageCard(service, m_displayMode, color, QLocale(), now);
+    card.speech = speech;
+    view.setCard(card);
 }
 
 void UsagePanelView::setSpeech(bool isEnabled, qint64 rotation)

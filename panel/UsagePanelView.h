@@ -7,7 +7,7 @@
 
 #include <QWidget>
 
-#include <memory>
+#include <functional>
 #include <vector>
 
 /// The usage tab: one card per service, in the order in which they were handed over.
@@ -41,6 +41,8 @@ public:
     void setSpeech(bool isEnabled, qint64 rotation);
     /// The font they speak in. It must outlive the view.
     void setSpeechFont(const SpeechFont* font) { m_speechFont = font; }
+    /// What the calendar's character speaks of: today without what is over.
+    void setSpokenCalendar(const ServiceUsage& today) { m_spokenCalendar = today; }
     /// How many characters of each line are shown.
     void setSpeechRevealCount(int count);
     [[nodiscard]] int speechRevealCount() const { return m_speechRevealCount; }
@@ -50,6 +52,12 @@ public:
     void setLowLimitLooks(LowLimitLooks looks) { m_looks = looks; }
     /// A mood to show on every card, whatever the limits say.
     void setLowLimitPreview(std::optional<MascotState> state) { m_preview = state; }
+
+    /// Called with the month and the day (absent for today) that the user wants to see in the
+    /// calendar.
+    std::function<void(Date month, std::optional<Date> selected)> onCalendarNavigate;
+    /// Called when the user wants to see a day in the calendar application.
+    std::function<void()> onOpenCalendar;
 
 protected:
     void paintEvent(QPaintEvent* event) override;
@@ -64,8 +72,11 @@ private:
     };
 
     void arrangeCards();
+    CharacterCard* makeCard(const QString& id);
     [[nodiscard]] Slot takeSlot(const QString& id);
     void showService(Slot& slot, const ServiceUsage& service, Date now);
+    void showUsage(UsageCardView& view, const ServiceUsage& service, const QString& speech,
+                   Date now);
     void updateCharacter(Slot& slot);
 
     QList<ServiceUsage> m_services;
@@ -76,6 +87,7 @@ private:
     bool m_isLively = false;
     bool m_speechEnabled = false;
     qint64 m_speechRotation = 0;
+    ServiceUsage m_spokenCalendar;
     int m_speechRevealCount = 0;
     const SpeechFont* m_speechFont = nullptr;
     LowLimitLooks m_looks;

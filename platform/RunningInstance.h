@@ -1,6 +1,9 @@
 #pragma once
 
+#include <QString>
+
 #include <functional>
+#include <optional>
 
 /// What another start of the program, a keyboard shortcut or a script may ask of the running one.
 struct InstanceActions {
@@ -8,6 +11,9 @@ struct InstanceActions {
     std::function<void()> show; // opens it
     std::function<void()> refresh;
     std::function<void()> quit;
+    std::function<void(const QString& tab)> showTab; // opens the panel on a tab
+    std::function<void(const QString& pane)> settings;
+    std::function<bool(const QString& text)> addTask;
 };
 
 /// The one running program of a session.
@@ -18,7 +24,7 @@ public:
         taken, // another one runs
         impossible, // the session has no means to tell
     };
-    enum class Request { toggle, quit };
+    enum class Request { toggle, quit, settings, addTask };
 
     virtual ~RunningInstance() = default;
 
@@ -26,6 +32,7 @@ public:
     /// then on.
     virtual Claim claim(const InstanceActions& actions) = 0;
 
-    /// Asks the running program. False when there is none or it does not answer.
-    virtual bool send(Request request) = 0;
+    /// Asks the running program; `argument` is the pane or the task. Absent when there is none or
+    /// it does not answer, else whether it did as asked.
+    virtual std::optional<bool> send(Request request, const QString& argument = {}) = 0;
 };

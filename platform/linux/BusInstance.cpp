@@ -26,7 +26,9 @@ public:
 
 public slots:
     void Toggle() { m_actions.toggle(); }
-    void Show(const QString&) { m_actions.show(); } // the tab to come: there is one so far
+    void Show(const QString& tab) { m_actions.showTab(tab); }
+    void Settings(const QString& pane) { m_actions.settings(pane); }
+    bool AddTask(const QString& text) { return m_actions.addTask(text); }
     void Refresh() { m_actions.refresh(); }
     void Quit() { m_actions.quit(); }
 
@@ -53,11 +55,28 @@ public slots:
     {
         if (name == "refresh"_L1)
             m_actions.refresh();
+        else if (name == "settings"_L1)
+            m_actions.settings({});
     }
 
 private:
     InstanceActions m_actions;
 };
+
+QString methodName(RunningInstance::Request request)
+{
+    switch (request) {
+    case RunningInstance::Request::toggle:
+        return u"Toggle"_s;
+    case RunningInstance::Request::quit:
+        return u"Quit"_s;
+    case RunningInstance::Request::settings:
+        return u"Settings"_s;
+    case RunningInstance::Request::addTask:
+        break;
+    }
+    return u"AddTask"_s;
+}
 
 } // namespace
 
@@ -88,18 +107,23 @@ RunningInstance::Claim BusInstance::claim(const InstanceActions& actions)
     return Claim::first;
 }
 
-bool BusInstance::send(Request request)
+std::optional<bool> BusInstance::send(Request request, const QString& argument)
 {
     if (!m_bus.isConnected() || !m_bus.interface()->isServiceRegistered(m_name))
-        return false;
-    const QString method = request == Request::toggle ? u"Toggle"_s : u"Quit"_s;
-    QDBusMessage call = QDBusMessage::createMethodCall(m_name, objectPath, interfaceName, method);
+        return std::nullopt;
+    QDBusMessage call
+        = QDBusMessage::createMethodCall(m_name, objectPath, interfaceName, methodName(request));
     call.setAutoStartService(false);
+    if (request == Request::settings || request == Request::addTask)
+        call << argument;
     // A message that is only sent may be lost when we end before it has left.
-    if (m_bus.call(call, QDBus::Block, answerPatience).type() == QDBusMessage::ReplyMessage)
-        return true;
+    const QDBusMessage answer = m_bus.call(call, QDBus::Block, answerPatience);
+    if (answer.type() == QDBusMessage::ReplyMessage)
+        return answer.arguments().value(0, true).toBool();
     // One that quits may be gone before its answer is.
-    return request == Request::quit && !m_bus.interface()->isServiceRegistered(m_name);
+    if (request == Request::quit && !m_bus.interface()->isServiceRegistered(m_name))
+        return true;
+    return std::nullopt;
 }
 
 #include "BusInstance.moc"

@@ -18,7 +18,7 @@ public:
     ~BusInstance() override;
 
     Claim claim(const InstanceActions& actions) override;
-    bool send(Request request) override;
+    std::optional<bool> send(Request request, const QString& argument = {}) override;
 
 private:
     QString m_name;

@@ -1,85 +1,16 @@
-#include "app/AppDelegate.h"
-
-#include "platform/DesktopAppearance.h"
-#include "platform/PreferenceStore.h"
-#include "platform/SecretStore.h"
-#include "platform/StatusItem.h"
+#include "tests/app/TestProgram.h"
 #include "tests/support/TestFiles.h"
-#include "usage/ClaudeSetup.h"
-#include "usage/KeychainStore.h"
-#include "usage/ProviderRegistry.h"
+
+#include "panel/UsageCardView.h"
+#include "today/NotesCardView.h"
 
 #include <QDir>
-#include <QTemporaryDir>
+#include <QLayout>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
 
 namespace {
-
-/// Notes what it is given; the real one has tests of its own.
-class NotedStatusItem final : public StatusItem {
-public:
-    void setImages(const QList<QImage>& shown) override
-    {
-        images = shown;
-        ++imageCount;
-    }
-    void setTitle(const QString& shown) override { title = shown; }
-    void setToolTip(const QString&, const QString& text) override { toolTip = text; }
-    void setMenu(const QList<StatusMenuEntry>& entries) override { menu = entries; }
-    bool isShown() const override { return true; }
-
-    QList<QImage> images;
-    int imageCount = 0;
-    QString title;
-    QString toolTip;
-    QList<StatusMenuEntry> menu;
-};
-
-class ChosenAppearance final : public DesktopAppearance {
-public:
-    Appearance current() const override { return chosen; }
-
-    Appearance chosen;
-};
-
-class NoSecrets final : public SecretStore {
-public:
-    std::optional<QByteArray> secret(const QString&, const QString&) const override { return {}; }
-    bool setSecret(const QString&, const QString&, const QString&, const QByteArray&) override
-    {
-        return false;
-    }
-    bool removeSecret(const QString&, const QString&) override { return false; }
-};
-
-/// A program with a home folder of its own.
-struct Program {
-    explicit Program(const QTemporaryDir& home, bool isDemo = false)
-        : preferences(home.filePath(u"preferences.json"_s))
-        , registry(preferences, home.filePath(u"support"_s), isDemo)
-        , delegate({.preferences = preferences,
-                    .registry = registry,
-                    .keychain = keychain,
-                    .statusItem = statusItem,
-                    .appearance = appearance,
-                    .claudeSetup = claudeSetup,
-                    .paths = {.supportDirectory = home.filePath(u"support"_s),
-                              .resources = QStringLiteral(VEXLO_BUILD_TREE "/share/vexlo")},
-                    .isDemo = isDemo})
-    {
-    }
-
-    NoSecrets secrets;
-    KeychainStore keychain{secrets};
-    ClaudeSetup claudeSetup{{}};
-    NotedStatusItem statusItem;
-    ChosenAppearance appearance;
-    PreferenceStore preferences;
-    ProviderRegistry registry;
-    AppDelegate delegate;
-};
 
 QByteArray claudeSnapshot(int used)
 {
@@ -111,7 +42,7 @@ private slots:
         writeFile(m_claudeFile, claudeSnapshot(20));
         writeFile(m_home->filePath(u"support/codex-context.json"_s), "{}");
         Program program(*m_home);
-        program.delegate.applicationDidFinishLaunching(true);
+        program.delegate.applicationDidFinishLaunching({.background = true});
         QCOMPARE(program.delegate.usageByID().value(u"claude"_s).windows.value(0).remaining, 80.0);
         QVERIFY(program.statusItem.toolTip.startsWith("Claude: 5-hour 80% left, Reset "_L1));
         QCOMPARE(program.statusItem.title, "Vexlo: "_L1 + program.statusItem.toolTip);
@@ -130,7 +61,7 @@ private slots:
     {
         writeFile(m_claudeFile, claudeSnapshot(20));
         Program program(*m_home);
-        program.delegate.applicationDidFinishLaunching(true);
+        program.delegate.applicationDidFinishLaunching({.background = true});
         QCOMPARE(program.statusItem.imageCount, 1);
         program.delegate.refresh();
         QCOMPARE(program.statusItem.imageCount, 1); // the same picture
@@ -154,7 +85,7 @@ private slots:
     {
         Program program(*m_home, true);
         program.appearance.chosen.reducesMotion = true;
-        program.delegate.applicationDidFinishLaunching(true);
+        program.delegate.applicationDidFinishLaunching({.background = true});
         program.delegate.togglePanel();
         const int before = program.statusItem.imageCount;
         for (int step = 0; step < 100; ++step)
@@ -166,7 +97,7 @@ private slots:
     {
         Program program(*m_home, true);
         CharacterDriver& driver = program.delegate.driver();
-        program.delegate.applicationDidFinishLaunching(true);
+        program.delegate.applicationDidFinishLaunching({.background = true});
         QVERIFY(!driver.isSpeaking());
         program.delegate.showPanel();
         auto* panel = program.delegate.panelWindow().findChild<UsagePanelView*>();
@@ -196,6 +127,63 @@ private slots:
         QCOMPARE(panel->longestSpeech(), 0);
     }
 
+    void lowLimitIsToldOnceInAPeriod()
+    {
+        writeFile(m_claudeFile, claudeSnapshot(89));
+        Program program(*m_home);
+        program.delegate.applicationDidFinishLaunching({.background = true});
+        QVERIFY(program.notifier.notices.isEmpty());
+        writeFile(m_claudeFile, claudeSnapshot(93));
+        program.delegate.refresh();
+        program.delegate.refresh();
+        QCOMPARE(program.notifier.notices.size(), 1);
+        QCOMPARE(program.notifier.notices.first().title, u"Claude stamina low"_s);
+        QVERIFY(!program.notifier.notices.first().picture.isNull());
+        program.notifier.onActivated({});
+        QVERIFY(program.delegate.panelWindow().isVisible());
+    }
+
+    void systemIsSampledOnlyWhileItIsSeen()
+    {
+        Program program(*m_home);
+        program.delegate.applicationDidFinishLaunching({.background = true});
+        program.delegate.showPanel();
+        program.delegate.refreshNow();
+        QCOMPARE(program.counters.reads, 0);
+        program.delegate.showTab(u"system"_s);
+        QCOMPARE(program.delegate.panelWindow().page(), u"system"_s);
+        QVERIFY(program.counters.reads > 0);
+        const int before = program.counters.reads;
+        program.delegate.refreshNow();
+        QCOMPARE(program.counters.reads, before + 1);
+        program.delegate.showTab(u"usage"_s);
+        program.delegate.refreshNow();
+        QCOMPARE(program.counters.reads, before + 1);
+    }
+
+    void notesStandWhereTheirRowStands()
+    {
+        writeFile(m_claudeFile, claudeSnapshot(20));
+        Program program(*m_home);
+        program.registry.setEnabled(u"notes"_s, true);
+        program.registry.setTodayOrder({u"claude"_s, u"notes"_s});
+        program.delegate.applicationDidFinishLaunching({.background = true});
+        QVERIFY(program.delegate.addTask(u"Water the plants"_s));
+        program.delegate.showPanel();
+        const auto* panel = program.delegate.panelWindow().findChild<UsagePanelView*>();
+        const auto* notes = panel->findChild<NotesCardView*>();
+        const auto* claude = panel->findChild<UsageCardView*>();
+        panel->layout()->activate();
+        QVERIFY(notes->isVisible() && notes->y() > claude->y());
+        program.registry.setTodayOrder({u"notes"_s, u"claude"_s});
+        program.delegate.refresh();
+        panel->layout()->activate();
+        QVERIFY(notes->y() < claude->y());
+        program.registry.setEnabled(u"notes"_s, false);
+        program.delegate.refresh();
+        QVERIFY(!notes->isVisible());
+    }
+
     void codexIsAskedOnceAtATime()
     {
         // It notes each start and answers when it is let go.
@@ -209,7 +197,7 @@ private slots:
                   "'{\"id\":2,\"result\":{\"rateLimits\":{\"primary\":{\"usedPercent\":8}}}}'\n",
             0700);
         Program program(*m_home);
-        program.delegate.applicationDidFinishLaunching(true);
+        program.delegate.applicationDidFinishLaunching({.background = true});
         QTRY_VERIFY(QFileInfo::exists(letGo));
         program.delegate.refreshNow();
         program.delegate.refresh();
@@ -227,7 +215,7 @@ private slots:
         writeFile(m_claudeFile, claudeSnapshot(99));
         {
             Program program(*m_home, true);
-            program.delegate.applicationDidFinishLaunching(true);
+            program.delegate.applicationDidFinishLaunching({.background = true});
             program.delegate.refresh();
             program.delegate.refreshNow();
             QCOMPARE(program.delegate.usageByID().value(u"claude"_s).windows.value(0).remaining,
@@ -243,7 +231,7 @@ private slots:
         Program program(*m_home, true);
         bool hasQuit = false;
         program.delegate.onQuit = [&hasQuit] { hasQuit = true; };
-        program.delegate.applicationDidFinishLaunching(true);
+        program.delegate.applicationDidFinishLaunching({.background = true});
         program.statusItem.onMenuEntry(program.statusItem.menu.value(0).id);
         QVERIFY(program.delegate.panelWindow().isVisible());
         program.statusItem.onMenuEntry(program.statusItem.menu.value(0).id);
