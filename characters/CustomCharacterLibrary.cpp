@@ -11,14 +11,14 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const QString characterPattern = u"*.json"_s;
-
 /// The names of the character files in `folder`, sorted. Only the lower-case ending counts.
 QStringList characterFiles(const QString& folder)
 {
-    QStringList names = QDir(folder).entryList({characterPattern},
-                                               QDir::Files | QDir::Hidden | QDir::CaseSensitive);
-    names.removeAll(CustomCharacterLibrary::categoryFilename);
+    // No name filter: that would bring regular expressions into every start.
+    QStringList names = QDir(folder).entryList(QDir::Files | QDir::Hidden);
+    names.removeIf([](const QString& name) {
+        return !name.endsWith(".json"_L1) || name == CustomCharacterLibrary::categoryFilename;
+    });
     std::ranges::sort(names);
     return names;
 }

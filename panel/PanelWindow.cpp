@@ -110,7 +110,7 @@ void PanelWindow::addPage(const QString& id, QWidget* page)
 {
     m_pages.insert(id, page);
     if (m_page.isEmpty())
-        showPage(id);
+        m_page = id;
 }
 
 void PanelWindow::showPage(const QString& id)
@@ -118,11 +118,22 @@ void PanelWindow::showPage(const QString& id)
     if (id == m_page || !m_pages.contains(id))
         return;
     m_page = id;
-    m_scrollArea->takeWidget();
-    m_scrollArea->setWidget(m_pages.value(id));
-    m_pages.value(id)->show();
+    if (!isVisible())
+        return;
+    insertPage();
     scrollToTop();
     fitContent();
+}
+
+void PanelWindow::insertPage()
+{
+    // Not before it is seen: measuring a page loads fonts, which a closed panel does without.
+    QWidget* page = m_pages.value(m_page);
+    if (page == m_scrollArea->widget())
+        return;
+    m_scrollArea->takeWidget();
+    m_scrollArea->setWidget(page);
+    page->show();
 }
 
 void PanelWindow::setTabBar(QWidget* bar)
@@ -192,6 +203,7 @@ void PanelWindow::showPopover(std::optional<QPoint> anchor)
 {
     m_anchor = anchor;
     m_isPopover = true;
+    insertPage();
     m_explanation->hide();
     setWindowFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
     place();
@@ -204,6 +216,7 @@ void PanelWindow::showPopover(std::optional<QPoint> anchor)
 void PanelWindow::showAsWindow(const QString& explanation)
 {
     m_isPopover = false;
+    insertPage();
     m_explanation->setText(explanation);
     m_explanation->show();
     setMinimumSize(0, 0);

@@ -66,6 +66,7 @@ protected:
 
 private:
     void addShortcuts();
+    void insertPage();
     void place();
     [[nodiscard]] QSize wantedSize() const;
     [[nodiscard]] QScreen* targetScreen() const;

@@ -254,7 +254,11 @@ void CrashReports::install(const QString& version) const
 
 QStringList CrashReports::reports() const
 {
-    return QDir(m_folder).entryList({u"Vexlo-*.txt"_s}, QDir::Files, QDir::Name | QDir::Reversed);
+    QStringList names = QDir(m_folder).entryList(QDir::Files, QDir::Name | QDir::Reversed);
+    names.removeIf([](const QString& name) {
+        return !name.startsWith("Vexlo-"_L1) || !name.endsWith(".txt"_L1);
+    });
+    return names;
 }
 
 std::optional<QString> CrashReports::crashSinceLastStart(PreferenceStore& preferences) const

@@ -129,7 +129,7 @@ void removeDragFile(const QUuid& id)
 void removeAllDragFiles()
 {
     const QDir temporary(QDir::tempPath());
-    const QStringList folders = temporary.entryList({dragFolderPrefix + u'*'}, QDir::Dirs);
+    const QStringList folders = temporary.entryList(QDir::Dirs);
     for (const QString& name : folders) {
         const QUuid id(name.mid(dragFolderPrefix.size()));
         if (!id.isNull() && name == dragFolderPrefix + shelfIdText(id))
