@@ -74,25 +74,13 @@ SettingsWindow::SettingsWindow(const Facilities& facilities)
     setAttribute(Qt::WA_StyledBackground);
     setWindowFlag(Qt::Window);
     setWindowTitle(tr("Vexlo Settings"));
-    auto* sidebar = new QVBoxLayout;
-    sidebar->setSpacing(2);
-    auto* columns = new QHBoxLayout;
-    columns->setSpacing(margin);
-    columns->addLayout(sidebar);
-    columns->addWidget(m_stack, 1);
-    auto* column = new QVBoxLayout(this);
-    column->setContentsMargins(margin, margin, margin, margin);
-    column->addLayout(columns, 1);
-    column->addWidget(makeFooter());
-
+    setFocusPolicy(Qt::ClickFocus);
     addPane(u"general"_s, tr("General"), Icon::general, m_general);
     addPane(u"theme"_s, tr("Theme"), Icon::theme, m_themePane);
     addPane(u"character"_s, tr("Character"), Icon::character, m_character);
     addPane(u"about"_s, tr("About"), Icon::about, m_about);
     addPane(u"accounts"_s, tr("Accounts"), Icon::accounts, m_accounts);
-    for (QAbstractButton* button : m_sidebar->buttons())
-        sidebar->addWidget(button);
-    sidebar->addStretch();
+    layOut();
     connect(m_sidebar, &QButtonGroup::idClicked, this, &SettingsWindow::selectSettingsPane);
     m_character->onPreviewChange = [this] { previewSettings(); };
     m_about->onShowWelcome = [this] { onShowWelcome(); };
@@ -105,10 +93,28 @@ SettingsWindow::SettingsWindow(const Facilities& facilities)
     selectSettingsPane(0);
 }
 
+void SettingsWindow::layOut()
+{
+    // Tab goes through what comes into the window first.
+    auto* sidebar = new QVBoxLayout;
+    sidebar->setSpacing(2);
+    for (QAbstractButton* button : m_sidebar->buttons())
+        sidebar->addWidget(button);
+    sidebar->addStretch();
+    auto* columns = new QHBoxLayout;
+    columns->setSpacing(margin);
+    columns->addLayout(sidebar);
+    columns->addWidget(m_stack, 1);
+    auto* column = new QVBoxLayout(this);
+    column->setContentsMargins(margin, margin, margin, margin);
+    column->addLayout(columns, 1);
+    column->addWidget(makeFooter());
+}
+
 void SettingsWindow::addPane(const QString& id, const QString& title, const QStringList& icon,
                              SettingsPane* pane)
 {
-    auto* button = new SidebarButton(title, icon);
+    auto* button = new SidebarButton(title, icon, this);
     m_sidebar->addButton(button, int(m_panes.size()));
     auto* area = new QScrollArea;
     area->setWidget(pane);
@@ -155,6 +161,7 @@ void SettingsWindow::showSettings(const QString& pane, const QRect& panel, const
         resetSettingsDraft();
         placeBeside(panel, screen);
         show();
+        setFocus(); // Tab reaches the panes' names from here
         onShown();
     }
     raise();

@@ -78,6 +78,7 @@ private:
     void addPane(const QString& id, const QString& title, const QStringList& icon,
                  SettingsPane* pane);
     QWidget* makeFooter();
+    void layOut();
     void resetSettingsDraft();
     void previewSettings();
     void saveSettings();
