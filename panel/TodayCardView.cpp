@@ -9,19 +9,12 @@
 #include <QToolTip>
 
 #include <algorithm>
-#include <cmath>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
 using Kind = CalendarHit::Kind;
-
-QRect scaled(const QRectF& points)
-{
-    const double scale = textScale();
-    return QRectF(points.topLeft() * scale, points.size() * scale).toAlignedRect();
-}
 
 QDate firstOfMonth(QDate day)
 {
@@ -80,59 +73,18 @@ void TodayCardView::describe()
     setAccessibleDescription(words);
 }
 
-void TodayCardView::layOut()
+void TodayCardView::measure()
 {
-    m_layout = todayLayout(m_card, m_speechFont);
+    m_layout = todayLayout(m_card, speechFont());
     m_calendarHits = calendarHits(m_card.grid, m_layout.grid);
     m_hovered.reset();
-    setFixedHeight(sizeHint().height());
-    updateGeometry();
-    update();
 }
 
-void TodayCardView::setColors(const Palette& palette)
+CharacterCard::Places TodayCardView::places() const
 {
-    m_palette = palette;
-    update();
-}
-
-QSize TodayCardView::sizeHint() const
-{
-    const double scale = textScale();
-    return {int(std::ceil(TodayStyle().width * scale)), int(std::ceil(m_layout.height * scale))};
-}
-
-QRect TodayCardView::characterRect() const
-{
-    return scaled(m_layout.character);
-}
-
-QRect TodayCardView::bubbleRect() const
-{
-    return scaled(m_layout.bubble.frame.united(m_layout.bubble.tail.boundingRect()));
-}
-
-void TodayCardView::setSpeechFont(const QFont& font)
-{
-    if (font == m_speechFont)
-        return;
-    m_speechFont = font;
-    layOut();
-}
-
-void TodayCardView::setRevealCount(int count)
-{
-    // Once the line stands there, counting on changes nothing.
-    const bool shows = std::min(m_revealCount, count) < m_card.speech.size();
-    m_revealCount = count;
-    if (shows && !m_card.speech.isEmpty())
-        update(bubbleRect());
-}
-
-void TodayCardView::setCharacter(const QImage& image)
-{
-    m_character = image;
-    update(characterRect());
+    return {.character = m_layout.character,
+            .bubble = m_layout.bubble,
+            .size = {TodayStyle().width, m_layout.height}};
 }
 
 void TodayCardView::navigate(QDate month, QDate selected)
@@ -298,28 +250,24 @@ bool TodayCardView::event(QEvent* event)
         QToolTip::showText(help->globalPos(), toolTipAt(help->pos()), this);
         return true;
     }
-    // Another font of the desktop's changes every measure.
-    if (event->type() == QEvent::ApplicationFontChange || event->type() == QEvent::FontChange)
-        layOut();
-    return QWidget::event(event);
+    return CharacterCard::event(event);
 }
 
 void TodayCardView::paintEvent(QPaintEvent* event)
 {
     QPainter painter(this);
-    if (characterRect().contains(event->rect())) {
-        // One more frame of the character: there is nothing but the card's ground around it.
-        painter.fillRect(event->rect(), m_palette.cardBackground);
+    if (isCharacterOnly(event->rect())) {
+        painter.fillRect(event->rect(), colors().cardBackground);
     } else {
         const double scale = textScale();
         painter.scale(scale, scale);
         const bool showsFocus = hasFocus() && m_showsFocus;
         const MonthGridMarks marks{.hovered = m_hovered, .cursor = showsFocus ? cursor() : QDate()};
-        drawTodayCard(painter, m_card, m_layout, m_palette, marks);
-        drawBubble(painter, m_card.speech, m_revealCount, m_speechFont, m_layout.bubble, m_palette);
+        drawTodayCard(painter, m_card, m_layout, colors(), marks);
+        drawSpeech(painter);
         if (showsFocus)
-            drawCardFocus(painter, m_layout.frame, m_palette);
+            drawCardFocus(painter, m_layout.frame, colors());
         painter.resetTransform();
     }
-    painter.drawImage(characterRect().topLeft(), m_character);
+    painter.drawImage(characterRect().topLeft(), character());
 }

@@ -17,17 +17,12 @@ public:
     explicit TodayCardView(QWidget* parent = nullptr);
 
     void setUsage(const ServiceUsage& usage, Date now = currentDate());
-    void setColors(const Palette& palette) override;
-    void setCharacter(const QImage& image) override;
     /// What the character says; empty for nothing.
     void setSpeech(const QString& text);
     [[nodiscard]] QString speech() const override { return m_card.speech; }
-    void setSpeechFont(const QFont& font) override;
-    void setRevealCount(int count) override;
 
     [[nodiscard]] const TodayCard& card() const { return m_card; }
     [[nodiscard]] qreal characterSide() const override;
-    [[nodiscard]] QSize sizeHint() const override;
 
     /// Called with the month to show (when it begins) and the day to select (likewise; absent for
     /// today), as soon as the user asks for another of the two.
@@ -45,10 +40,11 @@ protected:
     void mouseMoveEvent(QMouseEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
+    void measure() override;
+    [[nodiscard]] Places places() const override;
 
 private:
     void setCard(TodayCard card);
-    void layOut();
     void describe();
     void navigate(QDate month, QDate selected);
     void selectDay(QDate day);
@@ -57,16 +53,10 @@ private:
     [[nodiscard]] bool handleKey(const QKeyEvent& event);
     [[nodiscard]] QDate cursor() const;
     [[nodiscard]] QString toolTipAt(QPointF position) const;
-    [[nodiscard]] QRect characterRect() const;
-    [[nodiscard]] QRect bubbleRect() const;
 
     TodayCard m_card;
     TodayLayout m_layout;
     QList<CalendarHit> m_calendarHits;
-    Palette m_palette;
-    QImage m_character;
-    QFont m_speechFont;
-    int m_revealCount = 0;
     std::optional<CalendarHit> m_hovered;
     QDate m_cursor; // null until the keyboard moves it
     bool m_showsFocus = false; // only where the keyboard brought it

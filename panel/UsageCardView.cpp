@@ -2,11 +2,8 @@
 
 #include "platform/TextFonts.h"
 
-#include <QEvent>
 #include <QPaintEvent>
 #include <QPainter>
-
-#include <cmath>
 
 UsageCardView::UsageCardView(QWidget* parent)
     : CharacterCard(parent)
@@ -29,87 +26,30 @@ void UsageCardView::setCard(const UsageCard& card)
     layOut();
 }
 
-void UsageCardView::layOut()
+void UsageCardView::measure()
 {
-    m_layout = cardLayout(m_card, m_speechFont);
-    setFixedHeight(sizeHint().height());
-    updateGeometry();
-    update();
+    m_layout = cardLayout(m_card, speechFont());
 }
 
-void UsageCardView::setColors(const Palette& palette)
+CharacterCard::Places UsageCardView::places() const
 {
-    m_palette = palette;
-    update();
-}
-
-QSize UsageCardView::sizeHint() const
-{
-    const double scale = textScale();
-    return {int(std::ceil(CardStyle().width * scale)), int(std::ceil(m_layout.height * scale))};
-}
-
-QRect UsageCardView::scaled(const QRectF& points)
-{
-    const double scale = textScale();
-    return QRectF(points.topLeft() * scale, points.size() * scale).toAlignedRect();
-}
-
-QRect UsageCardView::characterRect() const
-{
-    return scaled(m_layout.character);
-}
-
-QRect UsageCardView::bubbleRect() const
-{
-    return scaled(m_layout.bubble.frame.united(m_layout.bubble.tail.boundingRect()));
-}
-
-void UsageCardView::setSpeechFont(const QFont& font)
-{
-    if (font == m_speechFont)
-        return;
-    m_speechFont = font;
-    layOut();
-}
-
-void UsageCardView::setRevealCount(int count)
-{
-    // Once the line stands there, counting on changes nothing.
-    const bool shows = std::min(m_revealCount, count) < m_card.speech.size();
-    m_revealCount = count;
-    if (shows && !m_card.speech.isEmpty())
-        update(bubbleRect());
-}
-
-void UsageCardView::setCharacter(const QImage& image)
-{
-    m_character = image;
-    update(characterRect());
-}
-
-bool UsageCardView::event(QEvent* event)
-{
-    // Another font of the desktop's changes every measure.
-    if (event->type() == QEvent::ApplicationFontChange || event->type() == QEvent::FontChange)
-        layOut();
-    return QWidget::event(event);
+    return {.character = m_layout.character,
+            .bubble = m_layout.bubble,
+            .size = {CardStyle().width, m_layout.height}};
 }
 
 void UsageCardView::paintEvent(QPaintEvent* event)
 {
     QPainter painter(this);
-    if (characterRect().contains(event->rect())) {
-        // One more frame of the character: there is nothing but the card's ground around it.
-        painter.fillRect(event->rect(), m_palette.cardBackground);
+    if (isCharacterOnly(event->rect())) {
+        painter.fillRect(event->rect(), colors().cardBackground);
     } else {
-        const double scale = textScale();
-        painter.scale(scale, scale);
-        drawCard(painter, m_card, m_layout, m_palette);
-        drawBubble(painter, m_card.speech, m_revealCount, m_speechFont, m_layout.bubble, m_palette);
+        painter.scale(textScale(), textScale());
+        drawCard(painter, m_card, m_layout, colors());
+        drawSpeech(painter);
         if (hasFocus())
-            drawCardFocus(painter, m_layout.frame, m_palette);
+            drawCardFocus(painter, m_layout.frame, colors());
         painter.resetTransform();
     }
-    painter.drawImage(characterRect().topLeft(), m_character);
+    painter.drawImage(characterRect().topLeft(), character());
 }

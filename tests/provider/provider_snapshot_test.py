@@ -2,7 +2,7 @@
 
 import copy
 import http.server
-import importlib.util
+import importlib
 import json
 import pathlib
 import re
@@ -22,9 +22,8 @@ OLD = b'{"observed_at": 1, "windows": [{"name": "Old", "used_percent": 5}]}\n'
 NOVEMBER, OCTOBER_26, NOVEMBER_8 = 1793491200, 1793023200, 1794139200
 
 sys.dont_write_bytecode = True
-spec = importlib.util.spec_from_file_location("provider_snapshot", SCRIPT)
-script = importlib.util.module_from_spec(spec)
-spec.loader.exec_module(script)
+sys.path.insert(0, str(SCRIPT.parent))
+script = importlib.import_module(SCRIPT.stem)
 
 
 def zai(*limits, **members):

@@ -78,7 +78,7 @@ private slots:
         Store store({m_root});
         QTRY_VERIFY(store.isAnswered);
         QCOMPARE(store.store.status(), CalendarAccess::denied);
-        const QString file = m_root + "/work/a.ics"_L1;
+        const QString file = m_root + "/home/a.ics"_L1;
         writeFile(file, calendar("one")); // with all folders on the way
         QTRY_COMPARE(store.titles, QStringList{u"one"_s});
         QCOMPARE(store.store.status(), CalendarAccess::full);
