@@ -94,7 +94,7 @@ void AppDelegate::applicationDidFinishLaunching(const Launch& launch)
             }
         });
     }
-    welcomeNewcomer(launch.welcome);
+    welcomeNewcomer(launch);
     if (!launch.background) {
         m_hostTimer.setSingleShot(true);
         connect(&m_hostTimer, &QTimer::timeout, this, &AppDelegate::openWithoutHost);
@@ -194,19 +194,21 @@ void AppDelegate::configureSettings()
     };
     m_facilities.notifier.onActivated = [this](const QString&) { showPanel(); };
     m_warnings.picture = [this](const QString& id) { return warningPicture(id); };
+    if (m_facilities.isDemo)
+        return;
     if (const auto crash = m_facilities.crashReports.crashSinceLastStart(m_facilities.preferences))
         m_settings.tellOfCrash(*crash);
 }
 
-void AppDelegate::welcomeNewcomer(bool isAsked)
+void AppDelegate::welcomeNewcomer(const Launch& launch)
 {
     const FirstRun state = firstRun(m_facilities.preferences);
-    if (isAsked) {
-        m_settings.showWelcome({});
-    } else if (state != FirstRun::welcomed && !m_facilities.isDemo) {
+    if (launch.welcome) {
+        m_settings.showWelcome();
+    } else if (state != FirstRun::welcomed && !m_facilities.isDemo && !launch.background) {
         m_facilities.preferences.setBoolean(welcomeKey, true);
         if (state == FirstRun::newcomer)
-            m_settings.showWelcome({});
+            m_settings.showWelcome();
     }
 }
 
@@ -483,6 +485,9 @@ void AppDelegate::openWithoutHost()
 {
     if (m_facilities.statusItem.isShown() || m_window.isVisible())
         return;
+    m_settings.setTrayHint(
+        tr("Your desktop shows no status icons yet: GNOME needs its AppIndicator "
+           "extension, other desktops a status tray in their bar."));
     refreshPanel();
     fillPanel();
     m_window.showAsWindow(tr("Your desktop shows no status icons, so Vexlo opens as a window."));

@@ -103,7 +103,7 @@ private:
     void configureStatusItem();
     void configureSettings();
     [[nodiscard]] SettingsControl::Facilities settingsFacilities();
-    void welcomeNewcomer(bool isAsked);
+    void welcomeNewcomer(const Launch& launch);
     void applyAppearance();
     [[nodiscard]] PixelTheme savedTheme();
     void loadTheme();

@@ -54,7 +54,7 @@ SettingsWindow& SettingsControl::made()
         m_window->close();
         connectClaude();
     };
-    m_window->onShowWelcome = [this] { showWelcome({}); };
+    m_window->onShowWelcome = [this] { showWelcome(); };
     m_window->onKeyStored = [this](const QString& id) { onKeyStored(id); };
     if (!m_crash.isEmpty())
         m_window->tellOfCrash(m_crash);
@@ -142,7 +142,7 @@ void SettingsControl::changeClaude(bool connects)
     onSaved();
 }
 
-void SettingsControl::showWelcome(const QString& trayHint)
+void SettingsControl::showWelcome()
 {
     if (!m_welcome) {
         m_welcome = std::make_unique<WelcomeController>(
@@ -156,8 +156,13 @@ void SettingsControl::showWelcome(const QString& trayHint)
     const Appearance appearance = m_facilities.appearance.current();
     m_welcome->setColors(palette());
     m_welcome->setMotion(!appearance.reducesMotion, appearance.reducesMotion);
-    m_welcome->setTrayHint(trayHint);
     m_welcome->show();
+}
+
+void SettingsControl::setTrayHint(const QString& text)
+{
+    if (welcome())
+        m_welcome->setTrayHint(text);
 }
 
 TodayChoice SettingsControl::suggestedToday() const

@@ -27,8 +27,9 @@ public:
 
     /// Opens the Settings beside `panel`, which may be invalid.
     void showSettings(const QString& pane, const QRect& panel, const QScreen* screen);
-    /// Shows the welcome; `trayHint` says how to get a status bar, where there is none.
-    void showWelcome(const QString& trayHint);
+    void showWelcome();
+    /// Says in the welcome, while it is open, how to get a status bar to live in.
+    void setTrayHint(const QString& text);
     /// Asks whether to connect or to disconnect Claude Code, and does it.
     void connectClaude();
     [[nodiscard]] bool isOpen() const;

@@ -1,6 +1,7 @@
 #include "app/AppDelegate.h"
 #include "app/AppUpdater.h"
 #include "app/CommandLine.h"
+#include "app/Feedback.h"
 #include "app/LoginCommand.h"
 #include "app/TerminalCommands.h"
 #include "platform/CrashReports.h"
@@ -147,7 +148,7 @@ int runApplication(Session& session)
     QApplication::setQuitOnLastWindowClosed(false);
     Desktop desktop(session.preferences);
     if (!session.line.demo)
-        desktop.crashReports.install(QCoreApplication::applicationVersion());
+        desktop.crashReports.install(BuildInfo::current().versionString());
     AppDelegate delegate({
         .preferences = session.preferences,
         .registry = session.registry,
@@ -195,16 +196,22 @@ int runApplication(Session& session)
 }
 
 /// Puts a task on the list of the running program, or else into its file.
-int addTask(Session& session)
+int addTask(const Session& session, RunningInstance& instance)
 {
-    std::optional<bool> isAdded
-        = session.instance.send(RunningInstance::Request::addTask, session.line.task);
-    if (!isAdded)
-        isAdded
-            = NotesStore(session.paths.supportDirectory + "/notes.json"_L1).add(session.line.task);
-    if (!*isAdded)
+    if (const std::optional<bool> isAdded
+        = instance.send(RunningInstance::Request::addTask, session.line.task)) {
+        if (!*isAdded)
+            printError(Texts::tr("The task is empty, or the list is full.") + u'\n');
+        return *isAdded ? 0 : 1;
+    }
+    NotesStore notes(session.paths.supportDirectory + "/notes.json"_L1);
+    if (!notes.add(session.line.task))
         printError(Texts::tr("The task is empty, or the list is full.") + u'\n');
-    return *isAdded ? 0 : 1;
+    else if (!notes.isSaved())
+        printError(Texts::tr("The task could not be saved.") + u'\n');
+    else
+        return 0;
+    return 1;
 }
 
 int runInTerminal(Session& session, const QString& program)
@@ -217,7 +224,7 @@ int runInTerminal(Session& session, const QString& program)
     case Command::disconnectClaude:
         return runClaude(terminal, session.claudeSetup);
     case Command::addTask:
-        return addTask(session);
+        return addTask(session, session.instance);
     case Command::enableLogin:
     case Command::disableLogin: {
         AutostartEntry loginItem;
@@ -282,6 +289,8 @@ int main(int argc, char** argv)
         application = std::make_unique<QApplication>(argc, argv);
     else
         application = std::make_unique<QCoreApplication>(argc, argv);
+    if (isGraphical && !hasOwnChoice)
+        qunsetenv("QT_QPA_PLATFORM"); // no business of the programs that we open
     QCoreApplication::setApplicationName(u"vexlo"_s);
     QCoreApplication::setApplicationVersion(QStringLiteral(VEXLO_VERSION));
     const Translations translations;
