@@ -312,6 +312,7 @@ void AppDelegate::refreshNow()
     CharacterSpeech::nextLine(m_facilities.preferences);
     m_tabs.sampleNow();
     refreshCalendar();
+    usageChanged();
     m_driver.restartSpeech();
     m_usage.fetchCodex();
     m_usage.fetchSnapshotProviders();

@@ -134,6 +134,8 @@ private slots:
         program.delegate.applicationDidFinishLaunching({.background = true});
         QVERIFY(program.notifier.notices.isEmpty());
         writeFile(m_claudeFile, claudeSnapshot(93));
+        program.delegate.refreshNow();
+        QCOMPARE(program.notifier.notices.size(), 1);
         program.delegate.refresh();
         program.delegate.refresh();
         QCOMPARE(program.notifier.notices.size(), 1);
