@@ -17,6 +17,7 @@
 #include <QVBoxLayout>
 
 #include <array>
+#include <chrono>
 
 using namespace Qt::StringLiterals;
 
@@ -25,6 +26,7 @@ namespace {
 const QString menuTarget = u"menu"_s;
 constexpr int slotsPerRow = 6;
 constexpr int gridHeight = 340; // points
+constexpr std::chrono::milliseconds reloadDelay{300};
 const std::array colorModes{u"character"_s, u"theme"_s, u"custom"_s};
 
 } // namespace
@@ -58,6 +60,8 @@ CharacterPane::CharacterPane(SettingsDraft& draft, QList<CharacterTarget> target
     column->addWidget(m_grid, 1);
     column->addWidget(makeLibraryRow());
     addMotionControls();
+    m_reloadTimer.setSingleShot(true);
+    connect(&m_reloadTimer, &QTimer::timeout, this, [this] { m_facilities.library.reloadLocal(); });
 }
 
 QWidget* CharacterPane::makeTargets()
@@ -118,6 +122,8 @@ QWidget* CharacterPane::makeLibraryRow()
     connect(folderButton, &QPushButton::clicked, this, [this] {
         const QString folder = m_facilities.library.localDirectory();
         makePrivateFolder(folder);
+        if (m_folderWatch)
+            m_folderWatch->addPath(folder);
         m_facilities.opener.open(QUrl::fromLocalFile(folder), [](bool) {});
     });
     return row;
@@ -163,7 +169,17 @@ void CharacterPane::showEvent(QShowEvent* event)
 {
     if (m_names.isEmpty())
         reloadCharacters();
+    m_folderWatch = std::make_unique<QFileSystemWatcher>();
+    m_folderWatch->addPath(m_facilities.library.localDirectory()); // it need not be there
+    connect(m_folderWatch.get(), &QFileSystemWatcher::directoryChanged, this,
+            [this] { m_reloadTimer.start(reloadDelay); });
     SettingsPane::showEvent(event);
+}
+
+void CharacterPane::hideEvent(QHideEvent* event)
+{
+    m_folderWatch.reset();
+    SettingsPane::hideEvent(event);
 }
 
 void CharacterPane::reloadCharacters()

@@ -4,8 +4,11 @@
 #include "app/SettingsPane.h"
 #include "characters/AnimatedCharacter.h"
 
+#include <QFileSystemWatcher>
 #include <QList>
+#include <QTimer>
 
+#include <memory>
 #include <vector>
 
 class CharacterGridView;
@@ -47,6 +50,7 @@ public:
 
 protected:
     void showEvent(QShowEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
 
 private:
     struct Slot {
@@ -82,4 +86,6 @@ private:
     Palette m_palette;
     double m_seconds = 0;
     bool m_isLively = false;
+    std::unique_ptr<QFileSystemWatcher> m_folderWatch; // while the pane is seen
+    QTimer m_reloadTimer; // several changes at once are one
 };
