@@ -167,6 +167,10 @@ void AccountsPane::refreshAccountStatus()
     m_connect->setAccessibleName(isConnected ? tr("Disconnect Claude Code")
                                              : tr("Connect Claude Code"));
     m_codex->setText(codexStatus(CodexSnapshot::codexBinary(), m_facilities.usage(u"codex"_s)));
+    for (const Account& each : std::as_const(m_accounts)) {
+        if (m_hasKey.contains(each.id) && each.field->isEnabled())
+            showKey(each.id, m_hasKey.value(each.id));
+    }
 }
 
 void AccountsPane::askForKey(const Account& account)
@@ -179,6 +183,7 @@ void AccountsPane::askForKey(const Account& account)
 void AccountsPane::showKey(const QString& id, bool isThere)
 {
     const Account* shown = account(id);
+    m_hasKey.insert(id, isThere);
     const ServiceUsage usage = m_facilities.usage(id);
     QString text = isThere ? tr("A key is stored.") : tr("No key is stored.");
     if (usage.error)

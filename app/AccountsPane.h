@@ -72,5 +72,6 @@ private:
     QPushButton* m_connect;
     QLabel* m_codex;
     QList<Account> m_accounts;
+    QHash<QString, bool> m_hasKey; // by id, as far as the key store has told
     QThreadPool m_workers; // the key store may wait for the user
 };
