@@ -3,6 +3,7 @@
 
 #include "app/Demo.h"
 #include "bench/Median.h"
+#include "characters/CustomCharacterLibrary.h"
 #include "characters/ThemeFile.h"
 #include "panel/PanelWindow.h"
 #include "panel/UsagePanelView.h"
@@ -41,8 +42,13 @@ int main(int argc, char** argv)
     const QApplication application(argc, argv);
     const QTemporaryDir folder;
     const PreferenceStore preferences(folder.filePath(u"preferences.json"_s));
-    const PixelTheme theme
-        = PixelTheme::loadSelected(preferences, themeRoots(ApplicationPaths::find(true)));
+    const ApplicationPaths paths = ApplicationPaths::find(true);
+    const CustomCharacterLibrary library(folder.filePath(u"characters"_s), paths.resources);
+    const SpeechFont speechFont(paths.resources);
+    const PixelTheme theme = PixelTheme::loadSelected(
+        preferences, themeRoots(paths), [&library](const QString& id) { return library.art(id); });
+    const Date now = currentDate();
+    const QList<ServiceUsage> services = QList{Demo::calendar(now, now, {})} + Demo::all();
     auto* panel = new UsagePanelView;
     PanelWindow window;
     window.addPage(QStringLiteral("usage"), panel);
@@ -52,7 +58,10 @@ int main(int argc, char** argv)
     window.setColors(palette);
     panel->setTheme(&theme);
     panel->setLively(true);
-    panel->setServices(Demo::all());
+    panel->setSpeechFont(&speechFont);
+    panel->setSpeech(true, 0);
+    panel->setSpokenCalendar(services.first());
+    panel->setServices(services);
     panel->showCards();
 
     Median menuImage;
@@ -62,12 +71,12 @@ int main(int argc, char** argv)
     for (int round = 0; round < rounds; ++round)
         menuImage.time([&] { (void)theme.menuImage(round, MascotState::active, 2); });
     PaintWatch watch;
-    for (QWidget* card : panel->findChildren<UsageCardView*>())
+    for (QWidget* card : panel->findChildren<QWidget*>())
         card->installEventFilter(&watch);
     for (int round = 0; round < openings; ++round) {
         watch.hasPainted = false;
         opening.time([&] {
-            panel->setServices(Demo::all());
+            panel->setServices(services);
             panel->showCards();
             window.showPopover(QPoint(900, 10));
             while (!watch.hasPainted)
@@ -85,7 +94,7 @@ int main(int argc, char** argv)
         paint.time([&] { (void)panel->grab(); });
     }
     std::printf("| one `menuImage` at 44 pixels | %.3f ms |\n"
-                "| one step of the clock, two cards | %.3f ms |\n"
+                "| one step of the clock, Today and two services | %.3f ms |\n"
                 "| one paint of the whole panel | %.3f ms |\n"
                 "| from the click to the first paint | %.1f ms |\n",
                 menuImage.milliseconds(), tick.milliseconds(), paint.milliseconds(),
