@@ -10,12 +10,10 @@
 #include "platform/LoginItem.h"
 #include "platform/Notifier.h"
 #include "platform/PreferenceStore.h"
-#include "platform/StatusItem.h"
 #include "today/NotesCardView.h"
 #include "usage/ClaudeSetup.h"
 #include "usage/ContextCache.h"
 #include "usage/ProviderRegistry.h"
-#include "usage/UsageTexts.h"
 
 #include <QCoreApplication>
 #include <QScreen>
@@ -28,13 +26,6 @@ const QString calendarId = u"calendar"_s;
 const QString notesId = u"notes"_s;
 const QString welcomeKey = u"welcomeDone"_s;
 constexpr qreal warningPictureSize = 48; // points
-
-namespace MenuId {
-const QString open = u"open"_s;
-const QString refresh = u"refresh"_s;
-const QString settings = u"settings"_s;
-const QString quit = u"quit"_s;
-} // namespace MenuId
 
 } // namespace
 
@@ -53,6 +44,7 @@ AppDelegate::AppDelegate(const Facilities& facilities)
              m_window)
     , m_settings(settingsFacilities())
     , m_warnings(facilities.preferences, facilities.notifier)
+    , m_statusItem(facilities.statusItem, statusItemActions())
 {
     m_usage.onChange = [this] { usageChanged(); };
     onQuit = [] { QCoreApplication::quit(); };
@@ -70,7 +62,7 @@ void AppDelegate::applicationDidFinishLaunching(const Launch& launch)
     });
     migratePreferences(m_facilities.preferences);
     configurePanel();
-    configureStatusItem();
+    m_statusItem.configure();
     configureSettings();
     if (!m_facilities.isDemo)
         removeOldContextCache(m_facilities.paths.supportDirectory);
@@ -95,11 +87,9 @@ void AppDelegate::applicationDidFinishLaunching(const Launch& launch)
         });
     }
     welcomeNewcomer(launch);
-    if (!launch.background) {
-        m_hostTimer.setSingleShot(true);
-        connect(&m_hostTimer, &QTimer::timeout, this, &AppDelegate::openWithoutHost);
-        m_hostTimer.start(hostPatience);
-    }
+    m_statusItem.onNoHost = [this] { openWithoutHost(); };
+    if (!launch.background)
+        m_statusItem.awaitHost(hostPatience);
 }
 
 void AppDelegate::configurePanel()
@@ -112,7 +102,7 @@ void AppDelegate::configurePanel()
     m_window.onSettings = [this] { showSettings(); };
     m_window.onQuit = [this] { quit(); };
     m_window.onWindowClosed = [this] {
-        if (!m_facilities.statusItem.isShown())
+        if (!m_statusItem.isShown())
             quit();
     };
     m_tabs.onTabChange = [this] {
@@ -131,29 +121,13 @@ void AppDelegate::configurePanel()
     applyAppearance();
 }
 
-void AppDelegate::configureStatusItem()
+StatusItemControl::Actions AppDelegate::statusItemActions()
 {
-    StatusItem& item = m_facilities.statusItem;
-    item.setMenu({{.id = MenuId::open, .label = tr("Open Vexlo")},
-                  {.id = MenuId::refresh, .label = tr("Refresh now")},
-                  {.id = MenuId::settings, .label = tr("Settings…")},
-                  {.isSeparator = true},
-                  {.id = MenuId::quit, .label = tr("Quit")}});
-    item.onActivated = [this](const StatusActivation& click) { togglePanel(click.place); };
-    item.onMenuEntry = [this](const QString& id) {
-        if (id == MenuId::open)
-            showPanel();
-        else if (id == MenuId::refresh)
-            refreshNow();
-        else if (id == MenuId::settings)
-            showSettings();
-        else if (id == MenuId::quit)
-            quit();
-    };
-    item.onShownChanged = [this] {
-        if (m_facilities.statusItem.isShown())
-            m_hostTimer.stop();
-    };
+    return {.toggle = [this](std::optional<QPoint> anchor) { togglePanel(anchor); },
+            .open = [this] { showPanel(); },
+            .refresh = [this] { refreshNow(); },
+            .settings = [this] { showSettings(); },
+            .quit = [this] { quit(); }};
 }
 
 SettingsControl::Facilities AppDelegate::settingsFacilities()
@@ -387,7 +361,7 @@ void AppDelegate::refreshPanel()
         m_driver.continueSpeech();
     }
     m_driver.updateStillImages();
-    updateStatusTexts();
+    m_statusItem.showTexts(m_usage.shown(), savedDisplayMode(m_facilities.preferences));
 }
 
 void AppDelegate::fillPanel()
@@ -414,15 +388,6 @@ void AppDelegate::moveCharacters(double seconds)
         m_notesCard->setAnimationTime(seconds);
     }
     m_settings.animate(seconds, m_facilities.appearance.current().reducesMotion);
-}
-
-void AppDelegate::updateStatusTexts()
-{
-    const QString tightest
-        = tightestLimitText(m_usage.shown(), savedDisplayMode(m_facilities.preferences), QLocale());
-    m_facilities.statusItem.setTitle(tightest.isEmpty() ? u"Vexlo"_s : "Vexlo: "_L1 + tightest);
-    m_facilities.statusItem.setToolTip(
-        u"Vexlo"_s, tightest.isEmpty() ? tr("No limits are known yet") : tightest);
 }
 
 void AppDelegate::updateAnimationTimers()
@@ -484,7 +449,7 @@ bool AppDelegate::addTask(const QString& text)
 
 void AppDelegate::openWithoutHost()
 {
-    if (m_facilities.statusItem.isShown() || m_window.isVisible())
+    if (m_window.isVisible())
         return;
     m_settings.setTrayHint(
         tr("Your desktop shows no status icons yet: GNOME needs its AppIndicator "

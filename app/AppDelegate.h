@@ -3,6 +3,7 @@
 #include "app/CharacterDriver.h"
 #include "app/LimitWarnings.h"
 #include "app/SettingsControl.h"
+#include "app/StatusItemControl.h"
 #include "app/TodayCalendar.h"
 #include "app/ToolTabs.h"
 #include "app/UsageCollector.h"
@@ -100,7 +101,7 @@ public:
 
 private:
     void configurePanel();
-    void configureStatusItem();
+    [[nodiscard]] StatusItemControl::Actions statusItemActions();
     void configureSettings();
     [[nodiscard]] SettingsControl::Facilities settingsFacilities();
     void welcomeNewcomer(const Launch& launch);
@@ -119,7 +120,6 @@ private:
     [[nodiscard]] QImage warningPicture(const QString& id) const;
     void moveCharacters(double seconds);
     void updateMotion();
-    void updateStatusTexts();
     void updateAnimationTimers();
     void updatePopoverBehavior();
     void openWithoutHost();
@@ -138,8 +138,8 @@ private:
     ToolTabs m_tabs;
     SettingsControl m_settings;
     LimitWarnings m_warnings;
+    StatusItemControl m_statusItem;
     QTimer m_refreshTimer;
-    QTimer m_hostTimer;
     quint64 m_pollCount = 0;
     bool m_lively = false; // as chosen now; asked for at every step
     bool m_tabCharacters = true;
