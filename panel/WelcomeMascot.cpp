@@ -47,7 +47,7 @@ void WelcomeMascot::typeOn(int count)
 {
     if (!isTyping())
         return;
-    m_typed = std::min(m_typed + count, int(m_text.size()));
+    m_typed += std::min(count, int(m_text.size()) - m_typed);
     update(bubbleRect().toAlignedRect());
 }
 

@@ -208,7 +208,7 @@ void DataControlClipboard::offerCame(wl_proxy* offer)
 
 void DataControlClipboard::selectionCame(const wl_proxy* offer)
 {
-    m_current = offer && offer == m_next.proxy.get() ? std::move(m_next) : Offer();
+    m_current = offer ? std::move(m_next) : Offer();
     m_next = {};
     m_hasChanged = std::exchange(m_isContentKnown, true);
 }

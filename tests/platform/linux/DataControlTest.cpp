@@ -22,10 +22,10 @@ namespace {
 
 using Outcome = ClipboardShelf::Outcome;
 
-/// A PNG of several megabytes, which no pipe takes at once.
+/// A PNG that no pipe takes at once.
 QByteArray largePicture()
 {
-    QImage image(1500, 1000, QImage::Format_RGB32);
+    QImage image(500, 300, QImage::Format_RGB32);
     QRandomGenerator random(1);
     random.fillRange(reinterpret_cast<quint32*>(image.bits()), image.sizeInBytes() / 4);
     QByteArray bytes;
@@ -51,6 +51,7 @@ Program copied(const QByteArray& bytes, const QStringList& options = {})
     Program program(new QProcess);
     program->start(u"wl-copy"_s, QStringList{u"--foreground"_s} + options);
     program->write(bytes);
+    while (program->bytesToWrite() > 0 && program->waitForBytesWritten()) { }
     program->closeWriteChannel();
     return program;
 }
