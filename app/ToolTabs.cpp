@@ -99,8 +99,11 @@ void ToolTabs::setShown(bool isShown)
     updateTimer();
     if (isShown)
         sampleNow();
-    if (isShown && selected() == clipboardTab)
-        m_clipboard->reload();
+    if (!isShown || selected() != clipboardTab)
+        return;
+    m_clipboard->reload();
+    // Once the window has taken the keyboard for itself, so that typing filters at once.
+    QTimer::singleShot(0, m_clipboard, qOverload<>(&QWidget::setFocus));
 }
 
 void ToolTabs::updateTimer()
