@@ -17,21 +17,6 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-/// A message with one button that leaves the rest of the program alone.
-QMessageBox* showMessage(QWidget* parent, const QString& message, const QString& informativeText)
-{
-    auto* box = new QMessageBox(QMessageBox::NoIcon, u"Vexlo"_s, message, QMessageBox::Ok, parent);
-    box->setInformativeText(informativeText);
-    box->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
-    box->setAttribute(Qt::WA_DeleteOnClose);
-    box->open();
-    return box;
-}
-
-} // namespace
-
 AboutPane::AboutPane(SettingsDraft& draft, const Facilities& facilities)
     : SettingsPane(draft)
     , m_facilities(facilities)
@@ -76,7 +61,16 @@ AboutPane::AboutPane(SettingsDraft& draft, const Facilities& facilities)
 
 void AboutPane::setColors(const Palette& palette)
 {
+    m_palette = palette;
     m_automatic->setColors(palette);
+}
+
+QMessageBox* AboutPane::showMessage(const QString& message, const QString& informativeText)
+{
+    QMessageBox* box = settingsMessage(this, m_palette, message, informativeText);
+    box->addButton(QMessageBox::Ok);
+    box->open();
+    return box;
 }
 
 void AboutPane::tellOfCrash(const QString& path)
@@ -96,7 +90,7 @@ void AboutPane::checkForUpdates()
             return;
         pane->m_check->setEnabled(true);
         pane->m_check->setText(tr("Check for Updates…"));
-        QMessageBox* box = showMessage(pane, report.message, report.informativeText);
+        QMessageBox* box = pane->showMessage(report.message, report.informativeText);
         if (!report.offersSoftwareCentre)
             return;
         QPushButton* centre
@@ -105,7 +99,7 @@ void AboutPane::checkForUpdates()
             pane->m_facilities.opener.open(QUrl(AppUpdater::softwareCentre()), [pane](bool isOpen) {
                 const AppUpdater::Report missing = AppUpdater::softwareCentreMissing();
                 if (!isOpen && pane)
-                    showMessage(pane, missing.message, missing.informativeText);
+                    pane->showMessage(missing.message, missing.informativeText);
             });
         });
     });
@@ -116,7 +110,7 @@ void AboutPane::sendFeedback()
     const auto explain = [pane = QPointer(this)](bool isOpen) {
         const Feedback::Alert alert = Feedback::alert();
         if (!isOpen && pane)
-            showMessage(pane, alert.message, alert.informativeText);
+            pane->showMessage(alert.message, alert.informativeText);
     };
     if (const std::optional<QUrl> draft = Feedback::mailURL())
         m_facilities.opener.open(*draft, explain);
@@ -131,6 +125,6 @@ void AboutPane::showCrashReports()
     m_facilities.opener.open(
         QUrl::fromLocalFile(folder), [pane = QPointer(this), folder](bool isOpen) {
             if (!isOpen && pane)
-                showMessage(pane, tr("The folder could not be opened."), folder);
+                pane->showMessage(tr("The folder could not be opened."), folder);
         });
 }

@@ -6,6 +6,7 @@ class AddressOpener;
 class AppUpdater;
 class CrashReports;
 class QLabel;
+class QMessageBox;
 class QPushButton;
 class ToggleSwitch;
 
@@ -34,9 +35,11 @@ private:
     void checkForUpdates();
     void sendFeedback();
     void showCrashReports();
+    QMessageBox* showMessage(const QString& message, const QString& informativeText);
 
     Facilities m_facilities;
     ToggleSwitch* m_automatic;
     QPushButton* m_check;
     QLabel* m_crash;
+    Palette m_palette;
 };

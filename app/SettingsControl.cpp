@@ -1,6 +1,7 @@
 #include "app/SettingsControl.h"
 
 #include "app/ClaudeCommand.h"
+#include "app/SettingsControls.h"
 #include "app/WelcomeChoices.h"
 #include "platform/DesktopAppearance.h"
 #include "usage/ClaudeSetup.h"
@@ -109,11 +110,8 @@ void SettingsControl::connectClaude()
 
 void SettingsControl::askAboutClaude(bool connects)
 {
-    auto* box = new QMessageBox;
-    box->setAttribute(Qt::WA_DeleteOnClose);
-    box->setWindowTitle(u"Vexlo"_s);
-    box->setText(connects ? tr("Connect Claude Code?") : tr("Disconnect Claude Code?"));
-    box->setInformativeText(
+    QMessageBox* box = settingsMessage(
+        nullptr, palette(), connects ? tr("Connect Claude Code?") : tr("Disconnect Claude Code?"),
         connects ? tr("Vexlo will back up ~/.claude/settings.json and add a status line bridge. An "
                       "existing custom status line will keep its output.")
                  : tr("Vexlo will back up ~/.claude/settings.json, put back the status line you "
@@ -132,11 +130,7 @@ void SettingsControl::changeClaude(bool connects)
     ProviderRegistry& registry = m_facilities.settings.registry;
     const ClaudeOutcome outcome
         = connects ? ::connectClaude(setup, registry) : disconnectClaude(setup, registry);
-    auto* box = new QMessageBox;
-    box->setAttribute(Qt::WA_DeleteOnClose);
-    box->setWindowTitle(u"Vexlo"_s);
-    box->setText(outcome.title);
-    box->setInformativeText(outcome.message);
+    QMessageBox* box = settingsMessage(nullptr, palette(), outcome.title, outcome.message);
     box->addButton(QMessageBox::Ok);
     box->open();
     onSaved();

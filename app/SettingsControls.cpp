@@ -5,6 +5,7 @@
 #include <QButtonGroup>
 #include <QColorDialog>
 #include <QHBoxLayout>
+#include <QMessageBox>
 #include <QPainter>
 #include <QPushButton>
 #include <QVBoxLayout>
@@ -20,6 +21,7 @@ constexpr double titleSize = 13;
 constexpr double captionSize = 11;
 constexpr QSizeF wellSize(38, 22);
 constexpr int rowGap = 12;
+const QString groundName = u"window"_s; // of what the style sheet gives the window's ground
 
 double scaled(double points)
 {
@@ -140,9 +142,12 @@ QSize ColorWell::sizeHint() const
 
 void ColorWell::pick()
 {
-    const QColor picked = QColorDialog::getColor(m_color, window(), accessibleName());
-    if (!picked.isValid() || picked == m_color)
+    QColorDialog dialog(m_color, window());
+    dialog.setObjectName(groundName);
+    dialog.setWindowTitle(accessibleName());
+    if (dialog.exec() != QDialog::Accepted || dialog.currentColor() == m_color)
         return;
+    const QColor picked = dialog.currentColor();
     setColor(picked);
     if (onPick)
         onPick(picked);
@@ -155,6 +160,19 @@ void ColorWell::paintEvent(QPaintEvent*)
     painter.setPen(QPen(hasFocus() ? m_palette.accent : m_palette.separator, hasFocus() ? 2 : 1));
     painter.setBrush(m_color);
     painter.drawRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), 5, 5);
+}
+
+QMessageBox* settingsMessage(QWidget* parent, const Palette& palette, const QString& message,
+                             const QString& informativeText)
+{
+    auto* box
+        = new QMessageBox(QMessageBox::NoIcon, u"Vexlo"_s, message, QMessageBox::NoButton, parent);
+    box->setInformativeText(informativeText);
+    box->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->setObjectName(groundName);
+    box->setStyleSheet(settingsStyleSheet(palette));
+    return box;
 }
 
 QString settingsStyleSheet(const Palette& palette)

@@ -10,7 +10,7 @@
 #include <functional>
 
 class QButtonGroup;
-class QHBoxLayout;
+class QMessageBox;
 class ToggleSwitch;
 
 // What the panes of the Settings window are made of.
@@ -77,6 +77,11 @@ private:
     QColor m_color;
     Palette m_palette;
 };
+
+/// A message without buttons yet, in our colours; it removes itself when it is closed. To be opened
+/// by the caller.
+[[nodiscard]] QMessageBox* settingsMessage(QWidget* parent, const Palette& palette,
+                                           const QString& message, const QString& informativeText);
 
 /// The look of everything in a Settings or dialog window that our own classes do not draw.
 [[nodiscard]] QString settingsStyleSheet(const Palette& palette);

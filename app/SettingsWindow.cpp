@@ -214,10 +214,8 @@ void SettingsWindow::saveSettings()
     m_accounts->saveAccountKeys();
     m_draft.save(m_facilities.preferences, m_facilities.registry);
     if (const std::optional<QString> fault = m_general->saveLogin()) {
-        auto* box = new QMessageBox(QMessageBox::NoIcon, windowTitle(), tr("Start at login"),
-                                    QMessageBox::Ok, this);
-        box->setInformativeText(*fault);
-        box->setAttribute(Qt::WA_DeleteOnClose);
+        QMessageBox* box = settingsMessage(this, m_palette, tr("Start at login"), *fault);
+        box->addButton(QMessageBox::Ok);
         box->open();
     }
     m_general->load();
@@ -275,11 +273,19 @@ void SettingsWindow::keyPressEvent(QKeyEvent* event)
 {
     if (event->key() == Qt::Key_Escape)
         close();
-    else if ((event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter)
-             && m_save->isEnabled())
-        m_save->click();
+    else if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter)
+        pressReturn();
     else
         QWidget::keyPressEvent(event);
+}
+
+void SettingsWindow::pressReturn()
+{
+    // Return presses the button that has the keyboard, and saves everywhere else.
+    if (auto* button = qobject_cast<QPushButton*>(focusWidget()))
+        button->click();
+    else if (m_save->isEnabled())
+        m_save->click();
 }
 
 void SettingsWindow::hideEvent(QHideEvent* event)

@@ -83,6 +83,7 @@ private:
     void previewSettings();
     void saveSettings();
     void showSavedFeedback();
+    void pressReturn();
     void selectSettingsPane(int index);
     void placeBeside(const QRect& panel, const QScreen* screen);
     [[nodiscard]] int paneIndex(const QString& id) const;

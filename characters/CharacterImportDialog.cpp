@@ -30,8 +30,10 @@ constexpr double mostOfScreen = 0.8;
 
 QStringList CharacterImportDialog::chooseFiles(QWidget* parent)
 {
-    return QFileDialog::getOpenFileNames(parent, tr("Import Characters"), {},
-                                         tr("Vexlo characters (*.json)"));
+    QFileDialog dialog(parent, tr("Import Characters"), {}, tr("Vexlo characters (*.json)"));
+    dialog.setObjectName(u"window"_s); // the ground of a parent's style sheet
+    dialog.setFileMode(QFileDialog::ExistingFiles);
+    return dialog.exec() == QDialog::Accepted ? dialog.selectedFiles() : QStringList();
 }
 
 void CharacterImportDialog::run(const QStringList& paths, CustomCharacterLibrary& library,
