@@ -12,6 +12,8 @@
 
 #include <QGridLayout>
 #include <QHBoxLayout>
+#include <QMessageBox>
+#include <QPointer>
 #include <QPushButton>
 #include <QUrl>
 #include <QVBoxLayout>
@@ -124,7 +126,15 @@ QWidget* CharacterPane::makeLibraryRow()
         makePrivateFolder(folder);
         if (m_folderWatch)
             m_folderWatch->addPath(folder);
-        m_facilities.opener.open(QUrl::fromLocalFile(folder), [](bool) {});
+        m_facilities.opener.open(
+            QUrl::fromLocalFile(folder), [pane = QPointer(this), folder](bool isOpen) {
+                if (isOpen || !pane)
+                    return;
+                QMessageBox* box = settingsMessage(pane, pane->m_palette,
+                                                   tr("The folder could not be opened."), folder);
+                box->addButton(QMessageBox::Ok);
+                box->open();
+            });
     });
     return row;
 }

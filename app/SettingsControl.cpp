@@ -20,7 +20,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr int snapshotSteps = 4; // the last shows the first mood again, as after a preview
+constexpr int snapshotSteps = 4; // there are three moods: the last one twice
 constexpr auto snapshotPause = 400ms; // for the pictures to be drawn
 
 } // namespace
@@ -169,18 +169,18 @@ TodayChoice SettingsControl::suggestedToday() const
 }
 
 void SettingsControl::snapshotCharacterSettings(const QString& folder,
-                                                const std::function<void()>& done)
+                                                const std::function<void(bool)>& done)
 {
     SettingsWindow& window = made();
     window.showSettings(u"character"_s, {}, QGuiApplication::primaryScreen());
+    const auto isGood = std::make_shared<bool>(true);
     for (int step = 0; step < snapshotSteps; ++step) {
-        QTimer::singleShot(snapshotPause * (2 * step), &window, [&window, step] {
-            window.characterPane().setLowLimitPreview(step % (snapshotSteps - 1));
-        });
-        QTimer::singleShot(snapshotPause * (2 * step + 1), &window, [&window, folder, step, done] {
-            window.grab().save(folder + u"/settings-%1.png"_s.arg(step));
+        QTimer::singleShot(snapshotPause * (2 * step), &window,
+                           [&window, step] { window.characterPane().setLowLimitPreview(step); });
+        QTimer::singleShot(snapshotPause * (2 * step + 1), &window, [=, &window] {
+            *isGood &= window.grab().save(folder + u"/settings-%1.png"_s.arg(step));
             if (step == snapshotSteps - 1)
-                done();
+                done(*isGood);
         });
     }
 }

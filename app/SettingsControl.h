@@ -45,8 +45,9 @@ public:
     void refreshAccountStatus();
     void tellOfCrash(const QString& path) { m_crash = path; }
     /// Draws the Character pane in each of its moods into "settings-0.png" and on in `folder`, then
-    /// calls `done`.
-    void snapshotCharacterSettings(const QString& folder, const std::function<void()>& done);
+    /// calls `done` with whether all could be written.
+    void snapshotCharacterSettings(const QString& folder,
+                                   const std::function<void(bool isGood)>& done);
 
     std::function<void()> onPreview; // what is tried out has changed, or is no longer
     std::function<void()> onSaved; // also after Claude Code's connection and the welcome

@@ -190,8 +190,14 @@ int runApplication(Session& session)
     else if (session.line.command == Command::settings)
         delegate.showSettings(session.line.pane);
     if (!session.line.snapshotFolder.isEmpty())
-        delegate.settings().snapshotCharacterSettings(session.line.snapshotFolder,
-                                                      [&delegate] { delegate.quit(); });
+        delegate.settings().snapshotCharacterSettings(
+            session.line.snapshotFolder, [&delegate, &session](bool isGood) {
+                if (!isGood)
+                    printError(Texts::tr("vexlo: the pictures could not be written to %1")
+                                   .arg(session.line.snapshotFolder)
+                               + u'\n');
+                delegate.quit();
+            });
     return QApplication::exec();
 }
 

@@ -1,13 +1,10 @@
 #include "platform/PreferenceStore.h"
 #include "platform/linux/DesktopClipboard.h"
+#include "tests/support/CopyingPrograms.h"
 #include "tests/support/TestFiles.h"
 #include "today/ClipboardShelf.h"
 #include "today/ShelfPictures.h"
 
-#include <QBuffer>
-#include <QImage>
-#include <QProcess>
-#include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
@@ -24,48 +21,23 @@ namespace {
 
 using Outcome = ClipboardShelf::Outcome;
 
-/// A PNG of several megabytes, which travels piece by piece.
+/// Several megabytes, which travel piece by piece.
 QByteArray largePicture()
 {
-    QImage image(1500, 1000, QImage::Format_RGB32);
-    QRandomGenerator random(1);
-    random.fillRange(reinterpret_cast<quint32*>(image.bits()), image.sizeInBytes() / 4);
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    image.save(&buffer, "PNG");
-    return bytes;
+    return noisePicture({1500, 1000});
 }
 
-/// Ends a program that is not needed any more.
-struct Ended {
-    void operator()(QProcess* program) const
-    {
-        program->kill();
-        program->waitForFinished();
-        delete program;
-    }
-};
-using Program = std::unique_ptr<QProcess, Ended>;
-
 /// Another program that copies `bytes` and offers them until something else is copied.
-Program copied(const QByteArray& bytes, const QStringList& options = {})
+CopyingProgram copied(const QByteArray& bytes, const QStringList& options = {})
 {
-    Program program(new QProcess);
-    program->start(u"xclip"_s, QStringList{u"-quiet"_s, u"-selection"_s, u"clipboard"_s} + options);
-    program->write(bytes);
-    program->closeWriteChannel();
-    return program;
+    return startedCopy(u"xclip"_s,
+                       QStringList{u"-quiet"_s, u"-selection"_s, u"clipboard"_s} + options, bytes);
 }
 
 /// What another program gets when it pastes.
 QByteArray pasted(const QString& type)
 {
-    QProcess program;
-    program.start(u"xclip"_s, {u"-o"_s, u"-selection"_s, u"clipboard"_s, u"-t"_s, type});
-    // It is this program that answers, so its events must go on meanwhile.
-    if (!QTest::qWaitFor([&program] { return program.state() == QProcess::NotRunning; }))
-        return "no answer";
-    return program.readAllStandardOutput();
+    return pastedBy(u"xclip"_s, {u"-o"_s, u"-selection"_s, u"clipboard"_s, u"-t"_s, type});
 }
 
 } // namespace

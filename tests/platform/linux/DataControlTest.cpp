@@ -1,13 +1,10 @@
 #include "platform/PreferenceStore.h"
 #include "platform/linux/DesktopClipboard.h"
+#include "tests/support/CopyingPrograms.h"
 #include "tests/support/TestFiles.h"
 #include "today/ClipboardShelf.h"
 #include "today/ShelfPictures.h"
 
-#include <QBuffer>
-#include <QImage>
-#include <QProcess>
-#include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -22,49 +19,22 @@ namespace {
 
 using Outcome = ClipboardShelf::Outcome;
 
-/// A PNG that no pipe takes at once.
+/// More than a pipe takes at once.
 QByteArray largePicture()
 {
-    QImage image(500, 300, QImage::Format_RGB32);
-    QRandomGenerator random(1);
-    random.fillRange(reinterpret_cast<quint32*>(image.bits()), image.sizeInBytes() / 4);
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    image.save(&buffer, "PNG");
-    return bytes;
+    return noisePicture({500, 300});
 }
 
-/// Ends a program that is not needed any more, a stopped one too.
-struct Killed {
-    void operator()(QProcess* program) const
-    {
-        program->kill();
-        program->waitForFinished();
-        delete program;
-    }
-};
-using Program = std::unique_ptr<QProcess, Killed>;
-
 /// Another program that copies `bytes` and offers them until something else is copied.
-Program copied(const QByteArray& bytes, const QStringList& options = {})
+CopyingProgram copied(const QByteArray& bytes, const QStringList& options = {})
 {
-    Program program(new QProcess);
-    program->start(u"wl-copy"_s, QStringList{u"--foreground"_s} + options);
-    program->write(bytes);
-    while (program->bytesToWrite() > 0 && program->waitForBytesWritten()) { }
-    program->closeWriteChannel();
-    return program;
+    return startedCopy(u"wl-copy"_s, QStringList{u"--foreground"_s} + options, bytes);
 }
 
 /// What another program gets when it pastes.
 QByteArray pasted(const QString& type)
 {
-    QProcess program;
-    program.start(u"wl-paste"_s, {u"--no-newline"_s, u"--type"_s, type});
-    // It is this program that answers, so its events must go on meanwhile.
-    if (!QTest::qWaitFor([&program] { return program.state() == QProcess::NotRunning; }))
-        return "no answer";
-    return program.readAllStandardOutput();
+    return pastedBy(u"wl-paste"_s, {u"--no-newline"_s, u"--type"_s, type});
 }
 
 } // namespace
