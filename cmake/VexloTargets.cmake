@@ -51,9 +51,7 @@ function(vexlo_test path)
     list(TRANSFORM arg_LINKS PREPEND vexlo_)
     add_executable(${target} "${PROJECT_SOURCE_DIR}/tests/${path}.cpp" ${arg_SOURCES})
     target_link_libraries(${target} PRIVATE vexlo_options Qt6::Test ${arg_LINKS} ${arg_PACKAGES})
-    target_compile_definitions(${target} PRIVATE
-        VEXLO_TEST_DATA="${PROJECT_SOURCE_DIR}/tests/data"
-        VEXLO_BUILD_TREE="${PROJECT_BINARY_DIR}")
+    target_include_directories(${target} PRIVATE "${PROJECT_BINARY_DIR}/test-paths")
     set_target_properties(${target} PROPERTIES
         RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/tests")
     add_test(NAME ${path} COMMAND ${arg_WRAPPER} $<TARGET_FILE:${target}>)

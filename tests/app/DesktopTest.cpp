@@ -1,3 +1,5 @@
+#include <TestPaths.h>
+
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QDBusInterface>

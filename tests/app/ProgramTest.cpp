@@ -1,6 +1,8 @@
 #include "tests/support/ProcessGroups.h"
 #include "tests/support/TestFiles.h"
 
+#include <TestPaths.h>
+
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>

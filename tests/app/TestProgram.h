@@ -14,6 +14,8 @@
 #include "usage/KeychainStore.h"
 #include "usage/ProviderRegistry.h"
 
+#include <TestPaths.h>
+
 #include <QMimeData>
 #include <QTemporaryDir>
 

@@ -2,6 +2,8 @@
 #include "resources/bridge/InstalledNames.h"
 #include "tests/support/TestFiles.h"
 
+#include <TestPaths.h>
+
 #include <QDateTime>
 #include <QElapsedTimer>
 #include <QProcess>

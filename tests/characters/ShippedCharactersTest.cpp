@@ -4,6 +4,8 @@
 #include "platform/DesktopAppearance.h"
 #include "tests/support/TestFiles.h"
 
+#include <TestPaths.h>
+
 #include <QTest>
 
 using namespace Qt::StringLiterals;

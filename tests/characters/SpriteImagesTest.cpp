@@ -3,6 +3,8 @@
 #include "characters/PixelTheme.h"
 #include "platform/PreferenceStore.h"
 
+#include <TestPaths.h>
+
 #include <QPainter>
 #include <QTest>
 

@@ -3,6 +3,8 @@
 #include "usage/ClaudeSetup.h"
 #include "usage/SnapshotFiles.h"
 
+#include <TestPaths.h>
+
 #include <QDateTime>
 #include <QProcess>
 #include <QTemporaryDir>

@@ -2,6 +2,8 @@
 
 #include "tests/support/TestFiles.h"
 
+#include <TestPaths.h>
+
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>

@@ -3,6 +3,8 @@
 #include "platform/PreferenceStore.h"
 #include "usage/UsageDisplayMode.h"
 
+#include <TestPaths.h>
+
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTranslator>
