@@ -4,6 +4,7 @@
 #include "app/PreferenceMigration.h"
 #include "characters/CharacterMotion.h"
 #include "characters/CharacterSpeech.h"
+#include "characters/SpriteImages.h"
 #include "characters/ThemeFile.h"
 #include "platform/CrashReports.h"
 #include "platform/DesktopAppearance.h"
@@ -327,7 +328,7 @@ QImage AppDelegate::warningPicture(const QString& id) const
                                    .color = m_theme.characterColor(id),
                                    .size = warningPictureSize,
                                    .pixelRatio = 2};
-    return m_theme.lowLimitImage(picture, MascotState::tired);
+    return lowLimitImage(m_theme, picture, MascotState::tired);
 }
 
 std::optional<qsizetype> AppDelegate::notesPlace() const

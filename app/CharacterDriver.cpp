@@ -1,7 +1,7 @@
 #include "app/CharacterDriver.h"
 
 #include "characters/CharacterMotion.h"
-#include "characters/PixelTheme.h"
+#include "characters/SpriteImages.h"
 #include "panel/UsagePanelView.h"
 #include "platform/StatusItem.h"
 
@@ -147,5 +147,5 @@ void CharacterDriver::updateStatusItem(qint64 frame, MascotState state)
         return;
     m_lastIconKey = key;
     m_statusItem.setImages(
-        {m_theme->menuImage(frame, state, 1), m_theme->menuImage(frame, state, 2)});
+        {menuImage(*m_theme, frame, state, 1), menuImage(*m_theme, frame, state, 2)});
 }

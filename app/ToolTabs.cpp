@@ -1,6 +1,7 @@
 #include "app/ToolTabs.h"
 
 #include "app/Demo.h"
+#include "characters/SpriteImages.h"
 #include "panel/PanelWindow.h"
 #include "panel/ReorderableTabBar.h"
 #include "platform/DesktopAppearance.h"
@@ -166,7 +167,7 @@ void ToolTabs::updateTabCharacter(double seconds, bool lively, bool showsCharact
     if (key == m_lastTabCharacterKey)
         return;
     m_lastTabCharacterKey = key;
-    showCharacter(m_theme->characterImage(picture));
+    showCharacter(characterImage(*m_theme, picture));
 }
 
 void ToolTabs::showCharacter(const QImage& image)

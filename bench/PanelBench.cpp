@@ -4,6 +4,7 @@
 #include "app/Demo.h"
 #include "bench/Median.h"
 #include "characters/CustomCharacterLibrary.h"
+#include "characters/SpriteImages.h"
 #include "characters/ThemeFile.h"
 #include "panel/PanelWindow.h"
 #include "panel/UsagePanelView.h"
@@ -64,12 +65,12 @@ int main(int argc, char** argv)
     panel->setServices(services);
     panel->showCards();
 
-    Median menuImage;
+    Median menuPicture;
     Median tick;
     Median paint;
     Median opening;
     for (int round = 0; round < rounds; ++round)
-        menuImage.time([&] { (void)theme.menuImage(round, MascotState::active, 2); });
+        menuPicture.time([&] { (void)menuImage(theme, round, MascotState::active, 2); });
     PaintWatch watch;
     for (QWidget* card : panel->findChildren<QWidget*>())
         card->installEventFilter(&watch);
@@ -97,6 +98,6 @@ int main(int argc, char** argv)
                 "| one step of the clock, Today and two services | %.3f ms |\n"
                 "| one paint of the whole panel | %.3f ms |\n"
                 "| from the click to the first paint | %.1f ms |\n",
-                menuImage.milliseconds(), tick.milliseconds(), paint.milliseconds(),
+                menuPicture.milliseconds(), tick.milliseconds(), paint.milliseconds(),
                 opening.milliseconds());
 }

@@ -52,6 +52,6 @@ std::optional<QImage> AnimatedCharacter::next(const PixelTheme& theme, const QSt
     }
     picture.isDrawn = true;
     m_last = picture;
-    return isLow(picture.state) ? theme.lowLimitImage(picture.wanted, *picture.state)
-                                : theme.characterImage(picture.wanted);
+    return isLow(picture.state) ? lowLimitImage(theme, picture.wanted, *picture.state)
+                                : characterImage(theme, picture.wanted);
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "characters/PixelTheme.h"
+#include "characters/SpriteImages.h"
 
 /// How characters move on a page of them.
 struct CharacterAnimation {

@@ -1,6 +1,7 @@
 #include "characters/CharacterImportRow.h"
 
 #include "characters/MascotBadges.h"
+#include "characters/SpritePainter.h"
 #include "platform/TextFonts.h"
 
 #include <QComboBox>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "characters/SpritePainter.h"
+#include "characters/PixelFrame.h"
 
 #include <QJsonArray>
 #include <QJsonObject>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "characters/SpritePainter.h"
+#include "characters/PixelFrame.h"
 
 /// A loop in which a character moves about, made from its calm `frames` of equal, square size.
 ///

@@ -1,7 +1,9 @@
 #pragma once
 
 #include "characters/MascotState.h"
-#include "characters/SpritePainter.h"
+#include "characters/PixelFrame.h"
+
+#include <QPointF>
 
 /// A small mark in the top right corner of a character that has no low-limit frames of its own.
 struct MascotBadge {

@@ -4,8 +4,6 @@
 #include "characters/CharacterChoices.h"
 #include "characters/MascotState.h"
 
-#include <QImage>
-
 class PreferenceStore;
 
 /// The theme's own frames for the menu bar.
@@ -27,20 +25,9 @@ struct ThemeCharacter {
     bool operator==(const ThemeCharacter&) const = default;
 };
 
-/// Which picture of a character is wanted. Frame numbers wrap.
-struct CharacterPicture {
-    QString character; // id
-    qint64 frame = 0;
-    QColor color; // the main colour
-    qreal size = 0; // points; the picture is square
-    qreal pixelRatio = 1; // device pixels per point
-    bool lively = false;
-};
-
-/// The characters and the menu-bar sprite, and how they are drawn.
+/// The characters and the menu-bar sprite, and how they look in each mood.
 ///
-/// An immutable value once loaded; the caller loads again when theme or characters change. Pictures
-/// are drawn on every call and may be kept by the caller.
+/// An immutable value once loaded; the caller loads again when theme or characters change.
 struct PixelTheme {
     // The theme's file
     QString id; // also its folder's name
@@ -86,13 +73,6 @@ struct PixelTheme {
     /// Whether the menu bar shows the chosen character's own frames, not the theme's.
     [[nodiscard]] bool menuUsesCharacterFrames() const;
     [[nodiscard]] QList<PixelFrame> menuFrames(MascotState state) const;
-
-    /// The character in good spirits.
-    [[nodiscard]] QImage characterImage(const CharacterPicture& picture) const;
-    /// The character in `state`: its own frames for it, or its usual ones with a badge.
-    [[nodiscard]] QImage lowLimitImage(const CharacterPicture& picture, MascotState state) const;
-    /// The menu bar's picture, 22 points square. It has colours of its own for any background.
-    [[nodiscard]] QImage menuImage(qint64 frame, MascotState state, qreal pixelRatio = 1) const;
 };
 
 /// Colours of the cards whose ids may have no character.

@@ -1,7 +1,7 @@
-// The theme's pictures.
+#include "characters/SpriteImages.h"
 
 #include "characters/MascotBadges.h"
-#include "characters/PixelTheme.h"
+#include "characters/SpritePainter.h"
 
 #include <QPainter>
 
@@ -68,39 +68,40 @@ void drawBadge(QImage& image, const MascotBadge& badge)
 
 } // namespace
 
-QImage PixelTheme::characterImage(const CharacterPicture& picture) const
+QImage characterImage(const PixelTheme& theme, const CharacterPicture& picture)
 {
-    return fittedImage({.rows = characterRows(picture.character, picture.frame, picture.lively),
-                        .main = picture.color,
-                        .palette = characterPalette(picture.character)},
-                       picture);
+    return fittedImage(
+        {.rows = theme.characterRows(picture.character, picture.frame, picture.lively),
+         .main = picture.color,
+         .palette = theme.characterPalette(picture.character)},
+        picture);
 }
 
-QImage PixelTheme::lowLimitImage(const CharacterPicture& picture, MascotState state) const
+QImage lowLimitImage(const PixelTheme& theme, const CharacterPicture& picture, MascotState state)
 {
-    const QList<PixelFrame> frames = lowLimitFrames(picture.character, state);
+    const QList<PixelFrame> frames = theme.lowLimitFrames(picture.character, state);
     if (!frames.isEmpty())
         return fittedImage({.rows = frames[wrapped(picture.frame, frames.size())],
                             .main = picture.color,
-                            .palette = lowLimitPalette(picture.character)},
+                            .palette = theme.lowLimitPalette(picture.character)},
                            picture);
 
-    QImage image = characterImage(picture);
+    QImage image = characterImage(theme, picture);
     if (const auto badge = mascotBadge(state, picture.frame, picture.size))
         drawBadge(image, *badge);
     return image;
 }
 
-QImage PixelTheme::menuImage(qint64 frame, MascotState state, qreal pixelRatio) const
+QImage menuImage(const PixelTheme& theme, qint64 frame, MascotState state, qreal pixelRatio)
 {
-    const QString character = choices.character(menuSlot);
-    const bool isOwnLow = !lowLimitFrames(character, state).isEmpty();
-    const QList<PixelFrame> frames = menuFrames(state);
+    const QString character = theme.choices.character(menuSlot);
+    const bool isOwnLow = !theme.lowLimitFrames(character, state).isEmpty();
+    const QList<PixelFrame> frames = theme.menuFrames(state);
     const Sprite sprite{
         .rows = frames.isEmpty() ? PixelFrame() : frames[wrapped(frame, frames.size())],
-        .main = characterColor(menuSlot),
-        .palette = isOwnLow ? lowLimitPalette(character) : characterPalette(character)};
-    const bool bobs = menuUsesCharacterFrames() && state == MascotState::active;
+        .main = theme.characterColor(menuSlot),
+        .palette = isOwnLow ? theme.lowLimitPalette(character) : theme.characterPalette(character)};
+    const bool bobs = theme.menuUsesCharacterFrames() && state == MascotState::active;
     const qreal rise = bobs ? bobRises[size_t(wrapped(frame, bobRises.size()))] : 0;
 
     QImage image = clearImage(menuSize, pixelRatio);

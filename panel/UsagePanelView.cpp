@@ -1,6 +1,7 @@
 #include "panel/UsagePanelView.h"
 
 #include "characters/CharacterSpeech.h"
+#include "characters/SpriteImages.h"
 #include "panel/TodayCardView.h"
 #include "platform/TextFonts.h"
 
@@ -202,8 +203,8 @@ void UsagePanelView::updateCharacter(Slot& slot)
     if (key == slot.pictureKey)
         return;
     slot.pictureKey = key;
-    slot.view->setCharacter(isLowLimit(slot.state) ? m_theme->lowLimitImage(picture, slot.state)
-                                                   : m_theme->characterImage(picture));
+    slot.view->setCharacter(isLowLimit(slot.state) ? lowLimitImage(*m_theme, picture, slot.state)
+                                                   : characterImage(*m_theme, picture));
 }
 
 QSize UsagePanelView::sizeHint() const

@@ -1,5 +1,7 @@
 #include "today/CardCharacter.h"
 
+#include "characters/SpriteImages.h"
+
 #include <utility>
 
 CardCharacter::CardCharacter(QString slot, QString id)
@@ -47,13 +49,14 @@ bool CardCharacter::draw(double seconds, qreal side, qreal pixelRatio)
     if (std::exchange(m_lastFrame, frame) && rows == m_lastRows)
         return false;
     m_lastRows = rows;
-    m_image = m_theme->characterImage({
-        .character = m_id,
-        .frame = frame,
-        .color = m_theme->characterColor(m_slot),
-        .size = side,
-        .pixelRatio = pixelRatio,
-        .lively = m_isLively,
-    });
+    m_image = characterImage(*m_theme,
+                             {
+                                 .character = m_id,
+                                 .frame = frame,
+                                 .color = m_theme->characterColor(m_slot),
+                                 .size = side,
+                                 .pixelRatio = pixelRatio,
+                                 .lively = m_isLively,
+                             });
     return true;
 }

@@ -2,6 +2,8 @@
 
 #include "characters/PixelTheme.h"
 
+#include <QImage>
+
 #include <optional>
 
 /// A character in good spirits in the corner of a card, drawn anew only when its picture changes.

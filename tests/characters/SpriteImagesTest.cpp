@@ -1,6 +1,8 @@
+#include "characters/SpriteImages.h"
+
 #include "characters/MascotBadges.h"
 #include "characters/PixelColor.h"
-#include "characters/PixelTheme.h"
+#include "characters/SpritePainter.h"
 #include "platform/PreferenceStore.h"
 
 #include <TestPaths.h>
@@ -90,7 +92,8 @@ private slots:
         const PixelFrame pair{u"WCWCWCWCWCWC"_s, u"CWCWCWCWCWCW"_s}; // neighbours always differ
         const PixelFrame checks = pair + pair + pair + pair + pair + pair;
         for (const qreal ratio : {1.0, 1.25, 1.5, 2.0}) {
-            const QImage image = themeOf({checks}).characterImage(
+            const QImage image = characterImage(
+                themeOf({checks}),
                 {.character = u"x"_s, .color = red, .size = size, .pixelRatio = ratio});
             QCOMPARE(image.width(), int(std::lround(size * ratio)));
             // A device pixel belongs to the letter over its middle.
@@ -105,8 +108,8 @@ private slots:
 
     void narrowSpritesStandInTheMiddle()
     {
-        const QImage image = themeOf({{u"C"_s, u"C"_s, u"."_s}})
-                                 .characterImage({.character = u"x"_s, .color = red, .size = 30});
+        const QImage image = characterImage(themeOf({{u"C"_s, u"C"_s, u"."_s}}),
+                                            {.character = u"x"_s, .color = red, .size = 30});
         QCOMPARE(inked(image), QRect(10, 0, 10, 20));
     }
 
@@ -124,15 +127,15 @@ private slots:
         const PixelTheme theme = themeOf({square(12, u'.')});
         const CharacterPicture picture{
             .character = u"x"_s, .frame = 4, .color = red, .size = 44, .pixelRatio = 2};
-        const QImage drop = theme.lowLimitImage(picture, tired);
+        const QImage drop = lowLimitImage(theme, picture, tired);
         QCOMPARE(inked(drop), QRect(68, 4, 20, 20));
         QCOMPARE(drop.pixelColor(76, 4), hex(u"#142850"));
         QCOMPARE(drop.pixelColor(75, 4), QColor(Qt::transparent));
         QCOMPARE(drop.pixelColor(80, 12), hex(u"#EBF8FF"));
-        const QImage mark = theme.lowLimitImage(picture, exhausted);
+        const QImage mark = lowLimitImage(theme, picture, exhausted);
         QCOMPARE(inked(mark), QRect(72, 0, 16, 24));
         QCOMPARE(mark.pixelColor(76, 11), hex(u"#FF453A"));
-        QVERIFY(inked(theme.lowLimitImage(picture, active)).isEmpty());
+        QVERIFY(inked(lowLimitImage(theme, picture, active)).isEmpty());
     }
 
     void ownLowLimitFramesNeedNoBadge()
@@ -143,23 +146,23 @@ private slots:
                                 .frames = {square(2)},
                                 .tiredFrames = {square(2, u'D'), square(2, u'A')}};
         };
-        const QImage image = theme.lowLimitImage(
-            {.character = u"x"_s, .frame = 3, .color = red, .size = 44}, MascotState::tired);
+        const QImage image = lowLimitImage(
+            theme, {.character = u"x"_s, .frame = 3, .color = red, .size = 44}, MascotState::tired);
         QCOMPARE(image.pixelColor(42, 2), QColor(Qt::green)); // where a badge would be
-        QCOMPARE(theme.menuImage(3, MascotState::tired).pixelColor(10, 10), QColor(Qt::green));
+        QCOMPARE(menuImage(theme, 3, MascotState::tired).pixelColor(10, 10), QColor(Qt::green));
     }
 
     void menuImageKeepsItsSizes()
     {
         using enum MascotState;
-        QCOMPARE(themeOf({square(12)}).menuImage(0, active).size(), QSize(22, 22));
-        QCOMPARE(themeOf({square(12)}).menuImage(0, active).pixelColor(2, 2), red);
-        QCOMPARE(inked(themeOf({square(12)}).menuImage(0, active)), QRect(2, 2, 18, 18));
-        QCOMPARE(inked(themeOf({square(12)}).menuImage(0, active, 2)), QRect(4, 4, 36, 36));
-        QCOMPARE(inked(artThemeOf({square(16)}).menuImage(0, idle)), QRect(2, 2, 18, 18));
-        QCOMPARE(inked(themeOf({square(4)}).menuImage(0, idle)), QRect(8, 8, 6, 6));
+        QCOMPARE(menuImage(themeOf({square(12)}), 0, active).size(), QSize(22, 22));
+        QCOMPARE(menuImage(themeOf({square(12)}), 0, active).pixelColor(2, 2), red);
+        QCOMPARE(inked(menuImage(themeOf({square(12)}), 0, active)), QRect(2, 2, 18, 18));
+        QCOMPARE(inked(menuImage(themeOf({square(12)}), 0, active, 2)), QRect(4, 4, 36, 36));
+        QCOMPARE(inked(menuImage(artThemeOf({square(16)}), 0, idle)), QRect(2, 2, 18, 18));
+        QCOMPARE(inked(menuImage(themeOf({square(4)}), 0, idle)), QRect(8, 8, 6, 6));
         const PixelFrame column{u"C"_s, u"C"_s, u"C"_s};
-        QCOMPARE(inked(themeOf({column, square(4)}).menuImage(2, idle, 2)), QRect(21, 18, 3, 9));
+        QCOMPARE(inked(menuImage(themeOf({column, square(4)}), 2, idle, 2)), QRect(21, 18, 3, 9));
     }
 
     void menuImageBobsWithActiveCharacterFrames()
@@ -168,9 +171,9 @@ private slots:
         const PixelTheme art = artThemeOf({square(12)});
         const QList<int> tops{2, 0, 2, 4, 2, 0};
         for (int frame = 0; frame < tops.size(); ++frame) {
-            QCOMPARE(inked(art.menuImage(frame, active)).top(), tops[frame]);
-            QCOMPARE(inked(art.menuImage(frame, idle)).top(), 2);
-            QCOMPARE(inked(themeOf({square(12)}).menuImage(frame, active)).top(), 2);
+            QCOMPARE(inked(menuImage(art, frame, active)).top(), tops[frame]);
+            QCOMPARE(inked(menuImage(art, frame, idle)).top(), 2);
+            QCOMPARE(inked(menuImage(themeOf({square(12)}), frame, active)).top(), 2);
         }
     }
 

@@ -7,7 +7,8 @@
 #include "characters/CharacterCatalog.h"
 #include "characters/CustomCharacterLibrary.h"
 #include "characters/PixelColor.h"
-#include "characters/PixelTheme.h"
+#include "characters/SpriteImages.h"
+#include "characters/SpritePainter.h"
 
 #include <QDir>
 #include <QFont>
@@ -86,7 +87,7 @@ public:
     /// The calm character at `side` pixels.
     [[nodiscard]] QImage picture(const QString& id, int side, qint64 phase = 0) const
     {
-        return m_theme.characterImage(wanted(id, side, phase));
+        return characterImage(m_theme, wanted(id, side, phase));
     }
 
 private:
@@ -144,7 +145,7 @@ private:
             const QColor& ground = state == MascotState::tired ? light : dark;
             const int pictures = file.tiredFrames ? 2 : 1;
             for (int frame = 0; frame < pictures; ++frame)
-                row.add(m_theme.lowLimitImage(wanted(id, doubleSide, frame), state), ground);
+                row.add(lowLimitImage(m_theme, wanted(id, doubleSide, frame), state), ground);
         }
     }
 
@@ -153,7 +154,7 @@ private:
     {
         PixelTheme theme = m_theme;
         theme.choices.characters.insert(u"menu"_s, id);
-        return theme.menuImage(frame, MascotState::idle);
+        return menuImage(theme, frame, MascotState::idle);
     }
 
     void drawLoop(QPainter& painter, const QString& id, int top) const
@@ -163,7 +164,7 @@ private:
             return;
         Row row(painter, top);
         for (int i = 0; i < loopPictures; ++i)
-            row.add(m_theme.characterImage(wanted(id, loopSide, i * length / loopPictures, true)),
+            row.add(characterImage(m_theme, wanted(id, loopSide, i * length / loopPictures, true)),
                     i % 2 == 0 ? light : dark);
     }
 
