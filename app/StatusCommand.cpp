@@ -1,7 +1,7 @@
 #include "app/StatusCommand.h"
 
-#include "app/Demo.h"
 #include "usage/CodexSnapshot.h"
+#include "usage/DemoUsage.h"
 #include "usage/KeychainStore.h"
 #include "usage/ProviderRegistry.h"
 #include "usage/SnapshotRunner.h"

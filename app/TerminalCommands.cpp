@@ -1,11 +1,11 @@
 #include "app/TerminalCommands.h"
 
 #include "app/ClaudeCommand.h"
-#include "app/Demo.h"
 #include "app/StatusCommand.h"
 #include "app/StatusReport.h"
 #include "platform/Cancellation.h"
 #include "platform/QuitSignals.h"
+#include "usage/DemoUsage.h"
 #include "usage/SnapshotRunner.h"
 
 #include <QCoreApplication>

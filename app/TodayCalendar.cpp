@@ -1,7 +1,7 @@
 #include "app/TodayCalendar.h"
 
-#include "app/Demo.h"
 #include "platform/PreferenceStore.h"
+#include "today/DemoCalendar.h"
 
 using namespace Qt::StringLiterals;
 

@@ -1,12 +1,12 @@
 #include "app/ToolTabs.h"
 
-#include "app/Demo.h"
 #include "characters/SpriteImages.h"
 #include "panel/PanelWindow.h"
 #include "panel/ReorderableTabBar.h"
 #include "platform/DesktopAppearance.h"
 #include "platform/TextFonts.h"
 #include "today/ClipboardShelfView.h"
+#include "today/DemoSystem.h"
 #include "today/SystemMetricsView.h"
 
 #include <QLabel>

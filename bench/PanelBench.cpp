@@ -1,7 +1,6 @@
 // What drawing costs: the status item's picture, one step of the clock, the whole panel, and the
 // time from the wish to see the panel to its first paint. Needs a display.
 
-#include "app/Demo.h"
 #include "bench/Median.h"
 #include "characters/CustomCharacterLibrary.h"
 #include "characters/SpriteImages.h"
@@ -10,6 +9,8 @@
 #include "panel/UsagePanelView.h"
 #include "platform/ApplicationPaths.h"
 #include "platform/PreferenceStore.h"
+#include "today/DemoCalendar.h"
+#include "usage/DemoUsage.h"
 
 #include <QApplication>
 #include <QTemporaryDir>
