@@ -1,17 +1,13 @@
 #include "platform/ChildProcess.h"
 
-#include <QFile>
-
 #include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
 #include <poll.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <thread>
-#include <vector>
 
 using namespace std::chrono_literals;
 
@@ -41,59 +37,9 @@ void makeNonBlocking(const Descriptor& descriptor)
     ::fcntl(descriptor.value(), F_SETFL, ::fcntl(descriptor.value(), F_GETFL) | O_NONBLOCK);
 }
 
-/// Texts in the form that the system's calls take: pointers that end with a null.
-class TextVector {
-public:
-    explicit TextVector(const QStringList& texts)
-    {
-        for (const QString& text : texts)
-            m_bytes.push_back(QFile::encodeName(text));
-        for (QByteArray& bytes : m_bytes)
-            m_pointers.push_back(bytes.data());
-        m_pointers.push_back(nullptr);
-    }
-    [[nodiscard]] char** data() { return m_pointers.data(); }
-
-private:
-    std::vector<QByteArray> m_bytes;
-    std::vector<char*> m_pointers;
-};
-
-/// Starts the program with `input` and `output` as its own. Gives 0 or the error number.
-int spawn(pid_t& child, const ChildProcess::Command& command, int input, int output)
-{
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, input, STDIN_FILENO);
-    posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
-    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
-    posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1);
-
-    // Our own handling of signals is none of the child's business.
-    sigset_t all;
-    sigset_t none;
-    sigfillset(&all);
-    sigemptyset(&none);
-    posix_spawnattr_t attributes;
-    posix_spawnattr_init(&attributes);
-    posix_spawnattr_setflags(
-        &attributes, POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
-    posix_spawnattr_setpgroup(&attributes, 0);
-    posix_spawnattr_setsigmask(&attributes, &none);
-    posix_spawnattr_setsigdefault(&attributes, &all);
-
-    TextVector arguments(QStringList(command.program) + command.arguments);
-    TextVector environment(command.environment.toStringList());
-    const int error = ::posix_spawn(&child, QFile::encodeName(command.program).constData(),
-                                    &actions, &attributes, arguments.data(), environment.data());
-    posix_spawnattr_destroy(&attributes);
-    posix_spawn_file_actions_destroy(&actions);
-    return error;
-}
-
 } // namespace
 
-ChildProcess::ChildProcess(const Command& command, const Cancellation* cancellation)
+ChildProcess::ChildProcess(const ProgramCommand& command, const Cancellation* cancellation)
     : m_cancellation(cancellation)
 {
     // Writing to a child that is gone must be an error, not the end of us.
@@ -103,10 +49,11 @@ ChildProcess::ChildProcess(const Command& command, const Cancellation* cancellat
     std::optional<Pipe> output = makePipe();
     int error = errno;
     if (input && output) {
-        pid_t child = 0;
-        error = spawn(child, command, input->readEnd.value(), output->writeEnd.value());
-        if (error == 0)
-            m_leader = child;
+        const StartedProgram started
+            = startProgram(command, StartedProgram::Ties::ownGroup, input->readEnd.value(),
+                           output->writeEnd.value());
+        m_leader = started.processId;
+        error = started.error;
     }
     if (m_leader == 0) {
         m_startError = QString::fromLocal8Bit(std::strerror(error));

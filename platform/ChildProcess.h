@@ -2,16 +2,14 @@
 
 #include "platform/Cancellation.h"
 #include "platform/Descriptor.h"
+#include "platform/StartedProgram.h"
 
 #include <QByteArray>
 #include <QDeadlineTimer>
-#include <QProcessEnvironment>
 #include <QString>
-#include <QStringList>
 
 #include <chrono>
 #include <optional>
-#include <sys/types.h>
 
 /// A child in a process group of its own, with a pipe at its standard input and one at its output.
 /// Its standard error goes nowhere.
@@ -20,12 +18,6 @@
 /// ended, which the destructor does too; a descendant that leaves the group is on its own.
 class ChildProcess {
 public:
-    struct Command {
-        QString program; // a path
-        QStringList arguments;
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    };
-
     enum class Event {
         output, // bytes were appended
         endOfOutput,
@@ -37,7 +29,8 @@ public:
     static constexpr std::chrono::milliseconds terminationPatience{300};
 
     /// Starts `command`. `isRunning` says whether that worked, `startError` why not.
-    explicit ChildProcess(const Command& command, const Cancellation* cancellation = nullptr);
+    explicit ChildProcess(const ProgramCommand& command,
+                          const Cancellation* cancellation = nullptr);
     ~ChildProcess();
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;

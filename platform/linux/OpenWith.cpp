@@ -1,55 +1,18 @@
 #include "platform/linux/OpenWith.h"
 
 #include "platform/Descriptor.h"
+#include "platform/StartedProgram.h"
 
-#include <QFile>
 #include <QSocketNotifier>
 #include <QStandardPaths>
 #include <QTimer>
 
-#include <csignal>
-#include <fcntl.h>
-#include <optional>
-#include <spawn.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <utility>
 
 namespace {
-
-/// Starts `program` with one argument, away from our terminal, session and descriptors, so that
-/// nothing that ends us ends what the user opened.
-std::optional<pid_t> spawnDetached(const QByteArray& program, const QByteArray& argument)
-{
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
-    posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1);
-
-    sigset_t all;
-    sigset_t none;
-    sigfillset(&all);
-    sigemptyset(&none);
-    posix_spawnattr_t attributes;
-    posix_spawnattr_init(&attributes);
-    posix_spawnattr_setflags(&attributes,
-                             POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
-    posix_spawnattr_setsigmask(&attributes, &none);
-    posix_spawnattr_setsigdefault(&attributes, &all);
-
-    QByteArray name = program;
-    QByteArray text = argument;
-    char* const arguments[] = {name.data(), text.data(), nullptr};
-    pid_t child = 0;
-    const int error
-        = ::posix_spawn(&child, program.constData(), &actions, &attributes, arguments, environ);
-    posix_spawnattr_destroy(&attributes);
-    posix_spawn_file_actions_destroy(&actions);
-    return error == 0 ? std::optional(child) : std::nullopt;
-}
 
 /// A child that is looked after until it ends, but judged before that when it takes its time.
 class WatchedChild : public QObject {
@@ -98,12 +61,14 @@ OpenWith::OpenWith(QString program, std::chrono::milliseconds patience)
 
 void OpenWith::open(const QUrl& address, std::function<void(bool isOpen)> done)
 {
-    const QByteArray argument
-        = address.isLocalFile() ? QFile::encodeName(address.toLocalFile()) : address.toEncoded();
+    const QString argument
+        = address.isLocalFile() ? address.toLocalFile() : QString::fromLatin1(address.toEncoded());
     const QString program = QStandardPaths::findExecutable(m_program);
     if (!program.isEmpty()) {
-        if (const auto child = spawnDetached(QFile::encodeName(program), argument)) {
-            new WatchedChild(*child, m_patience, std::move(done), this);
+        const StartedProgram started = startProgram({.program = program, .arguments = {argument}},
+                                                    StartedProgram::Ties::ownSession);
+        if (started.processId != 0) {
+            new WatchedChild(started.processId, m_patience, std::move(done), this);
             return;
         }
     }

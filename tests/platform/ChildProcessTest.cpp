@@ -16,7 +16,7 @@ using Event = ChildProcess::Event;
 // Ample: a wait that this ends has hung.
 constexpr auto patience = 30s;
 
-ChildProcess::Command shell(const QString& script)
+ProgramCommand shell(const QString& script)
 {
     return {.program = u"/bin/sh"_s, .arguments = {u"-c"_s, script}};
 }
