@@ -4,10 +4,13 @@
 add_library(vexlo_options INTERFACE)
 target_include_directories(vexlo_options INTERFACE "${PROJECT_SOURCE_DIR}")
 target_compile_options(vexlo_options INTERFACE
-    -Wall -Wextra -Wshadow -Wno-missing-field-initializers -Werror)
+    -Wall -Wextra -Wshadow -Wno-missing-field-initializers
+    # A compiler of tomorrow warns of more, which must not keep a user from building.
+    $<$<BOOL:${VEXLO_STRICT}>:-Werror>)
 target_compile_definitions(vexlo_options INTERFACE
     QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_FOREACH)
 if(VEXLO_SANITIZE)
+    target_compile_definitions(vexlo_options INTERFACE _GLIBCXX_ASSERTIONS)
     target_compile_options(vexlo_options INTERFACE
         -fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
     target_link_options(vexlo_options INTERFACE -fsanitize=address,undefined)

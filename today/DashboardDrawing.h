@@ -4,6 +4,7 @@
 
 #include <QFont>
 #include <QList>
+#include <QPolygonF>
 #include <QRectF>
 #include <QString>
 

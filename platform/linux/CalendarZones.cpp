@@ -57,7 +57,7 @@ std::optional<Date> CalendarZones::moment(icaltimetype time, const QByteArray& z
         return dateOf(day.startOfDay());
     const QTime clock(time.hour, time.minute, time.second);
     if (isUtc)
-        return dateOf(QDateTime(day, clock, Qt::UTC));
+        return dateOf(QDateTime(day, clock, QTimeZone::utc()));
     if (zone.isEmpty())
         return dateOf(QDateTime(day, clock));
     if (const auto own = m_own.constFind(zone); own != m_own.cend())

@@ -4,6 +4,7 @@
 #include <QDBusObjectPath>
 #include <QDBusPendingCallWatcher>
 #include <QDateTime>
+#include <QTimeZone>
 
 #include <algorithm>
 
@@ -36,7 +37,7 @@ constexpr auto view = "org.gnome.evolution.dataserver.CalendarView"_L1;
 
 QString instant(Date date)
 {
-    return QDateTime::fromMSecsSinceEpoch(date.time_since_epoch().count(), Qt::UTC)
+    return QDateTime::fromMSecsSinceEpoch(date.time_since_epoch().count(), QTimeZone::utc())
         .toString(u"yyyyMMdd'T'hhmmss'Z'"_s);
 }
 
