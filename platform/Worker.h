@@ -41,6 +41,12 @@ public:
             context);
     }
 
+    /// The same for an owner of this, which is there as long as this is.
+    template<typename Work, typename Then> void run(Work work, Then then)
+    {
+        run(std::move(work), &m_relay, std::move(then));
+    }
+
     /// Calls `work` on a thread of the pool; nobody waits for it.
     void run(std::function<void()> work);
 

@@ -13,9 +13,8 @@ struct DesktopCalendarStore::Request {
 
 DesktopCalendarStore::DesktopCalendarStore(const QStringList& folders)
 {
-    m_workers.setMaxThreadCount(1);
-    add(std::make_unique<EvolutionCalendarStore>(m_workers));
-    add(std::make_unique<IcsCalendarStore>(folders, m_workers));
+    add(std::make_unique<EvolutionCalendarStore>());
+    add(std::make_unique<IcsCalendarStore>(folders));
 }
 
 DesktopCalendarStore::~DesktopCalendarStore() = default;

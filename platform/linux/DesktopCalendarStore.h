@@ -3,7 +3,6 @@
 #include "platform/CalendarStore.h"
 
 #include <QStringList>
-#include <QThreadPool>
 
 #include <memory>
 #include <vector>
@@ -26,7 +25,6 @@ private:
     void add(std::unique_ptr<CalendarStore> store);
     void take(size_t index, const DateSpan& span, const QList<CalendarEvent>& events);
 
-    QThreadPool m_workers; // goes last
     std::vector<std::unique_ptr<CalendarStore>> m_stores;
     std::vector<Request> m_requests; // in the order of asking
 };

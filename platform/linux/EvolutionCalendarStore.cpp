@@ -2,8 +2,6 @@
 
 #include "platform/linux/CalendarParser.h"
 
-#include <QtConcurrentRun>
-
 #include <algorithm>
 
 using namespace Qt::StringLiterals;
@@ -39,10 +37,9 @@ struct EvolutionCalendarStore::Parsed {
     ParsedCalendar calendar;
 };
 
-EvolutionCalendarStore::EvolutionCalendarStore(QThreadPool& workers, const EvolutionTimes& times,
+EvolutionCalendarStore::EvolutionCalendarStore(const EvolutionTimes& times,
                                                const QDBusConnection& bus)
-    : m_workers(workers)
-    , m_times(times)
+    : m_times(times)
     , m_server(bus, times.call)
     , m_retryDelay(times.retry)
 {
@@ -79,7 +76,7 @@ void EvolutionCalendarStore::fetch(const DateSpan& span)
 
 void EvolutionCalendarStore::close()
 {
-    ++m_era;
+    m_worker.forget();
     for (const QString& id : m_calendars.keys())
         closeCalendar(id);
     m_server.forget();
@@ -204,11 +201,7 @@ void EvolutionCalendarStore::readTexts()
             parsed.append({text.id, parseCalendar(text.calendar(), span)});
         return parsed;
     };
-    QtConcurrent::run(&m_workers, work)
-        .then(&m_context, [this, era = m_era](const QList<Parsed>& calendars) {
-            if (era == m_era)
-                readZones(calendars);
-        });
+    m_worker.run(work, [this](const QList<Parsed>& calendars) { readZones(calendars); });
 }
 
 /// The zones that the texts name without bringing them along; once.

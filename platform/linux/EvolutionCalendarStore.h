@@ -1,12 +1,12 @@
 #pragma once
 
 #include "platform/CalendarStore.h"
+#include "platform/Worker.h"
 #include "platform/linux/EvolutionServer.h"
 
 #include <QHash>
 #include <QSet>
 #include <QStringList>
-#include <QThreadPool>
 #include <QTimer>
 
 #include <chrono>
@@ -26,8 +26,7 @@ struct EvolutionTimes {
 /// fetches until it is tried again or its server comes back.
 class EvolutionCalendarStore final : public CalendarStore {
 public:
-    /// Texts are read by `workers`, which has one thread and outlives the store.
-    explicit EvolutionCalendarStore(QThreadPool& workers, const EvolutionTimes& times = {},
+    explicit EvolutionCalendarStore(const EvolutionTimes& times = {},
                                     const QDBusConnection& bus = QDBusConnection::sessionBus());
     ~EvolutionCalendarStore() override;
 
@@ -75,7 +74,6 @@ private:
     void scheduleRetry();
     void tryAgain();
 
-    QThreadPool& m_workers;
     EvolutionTimes m_times;
     EvolutionServer m_server;
     std::optional<int> m_status;
@@ -87,6 +85,5 @@ private:
     QTimer m_settle;
     QTimer m_retry;
     std::chrono::milliseconds m_retryDelay;
-    QObject m_context;
-    int m_era = 0; // what was begun in an earlier one is forgotten
+    Worker m_worker; // reads the texts
 };

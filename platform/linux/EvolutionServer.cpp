@@ -5,6 +5,7 @@
 #include <QDBusPendingCallWatcher>
 #include <QDateTime>
 #include <QTimeZone>
+#include <QTimer>
 
 #include <algorithm>
 
@@ -214,6 +215,14 @@ void EvolutionServer::call(const Address& to, const QString& method, const QVari
     QDBusMessage message
         = QDBusMessage::createMethodCall(to.service, to.path, to.interface, method);
     message.setArguments(arguments);
+    // A call without a bus is never answered.
+    if (!m_bus.isConnected()) {
+        QTimer::singleShot(0, this, [this, then = std::move(then), era = m_era] {
+            if (era == m_era)
+                then(std::nullopt);
+        });
+        return;
+    }
     auto* watcher
         = new QDBusPendingCallWatcher(m_bus.asyncCall(message, int(m_callLimit.count())), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this,

@@ -6,7 +6,6 @@
 
 #include <QDir>
 #include <QStandardPaths>
-#include <QtConcurrentRun>
 
 #include <sys/stat.h>
 
@@ -120,10 +119,8 @@ QStringList calendarFolders(const PreferenceStore& preferences)
     return folders;
 }
 
-IcsCalendarStore::IcsCalendarStore(QStringList folders, QThreadPool& workers,
-                                   std::chrono::milliseconds settle)
+IcsCalendarStore::IcsCalendarStore(QStringList folders, std::chrono::milliseconds settle)
     : m_folders(std::move(folders))
-    , m_workers(workers)
 {
     m_settle.setSingleShot(true);
     m_settle.setInterval(settle);
@@ -138,8 +135,7 @@ IcsCalendarStore::~IcsCalendarStore() = default;
 void IcsCalendarStore::requestAccess(std::function<void(bool)> completion)
 {
     m_jobs.push_back({.completion = std::move(completion)});
-    if (m_jobs.size() == 1)
-        next();
+    next();
 }
 
 void IcsCalendarStore::fetch(const DateSpan& span)
@@ -152,24 +148,30 @@ void IcsCalendarStore::fetch(const DateSpan& span)
         };
     }
     m_jobs.push_back({.span = span});
-    if (m_jobs.size() == 1)
-        next();
+    next();
 }
 
 void IcsCalendarStore::close()
 {
-    ++m_era;
+    m_worker.forget();
     m_jobs.clear();
+    m_isWorking = false;
     m_watch.reset();
     m_settle.stop();
     m_files.clear();
     m_status.reset();
 }
 
-/// Works on the first job, on copies, in another thread.
+/// Works on the job that has waited longest, on copies, in another thread; one job at a time, so that
+/// each knows what the one before has read.
 void IcsCalendarStore::next()
 {
-    const auto work = [folders = m_folders, known = m_files, span = m_jobs.front().span] {
+    if (m_isWorking || m_jobs.empty())
+        return;
+    m_isWorking = true;
+    const Job job = std::move(m_jobs.front());
+    m_jobs.erase(m_jobs.begin());
+    const auto work = [folders = m_folders, known = m_files, span = job.span] {
         Outcome outcome{.tree = tree(folders)};
         if (!span)
             return outcome;
@@ -180,16 +182,11 @@ void IcsCalendarStore::next()
         }
         return outcome;
     };
-    QtConcurrent::run(&m_workers, work)
-        .then(&m_context, [this, era = m_era](const Outcome& outcome) {
-            if (era != m_era)
-                return;
-            const Job job = std::move(m_jobs.front());
-            m_jobs.erase(m_jobs.begin());
-            take(job, outcome);
-            if (!m_jobs.empty())
-                next();
-        });
+    m_worker.run(work, [this, job](const Outcome& outcome) {
+        m_isWorking = false;
+        take(job, outcome); // who hears of it may ask for more
+        next();
+    });
 }
 
 void IcsCalendarStore::take(const Job& job, const Outcome& outcome)

@@ -1,12 +1,11 @@
 #pragma once
 
 #include "platform/CalendarStore.h"
+#include "platform/Worker.h"
 #include "platform/linux/FolderWatch.h"
 
 #include <QHash>
-#include <QObject>
 #include <QStringList>
-#include <QThreadPool>
 #include <QTimer>
 
 #include <chrono>
@@ -44,9 +43,8 @@ public:
     };
     using Files = QHash<QString, File>;
 
-    /// Files are read by `workers`, which has one thread and outlives the store. Changes are told
-    /// once within `settle`.
-    explicit IcsCalendarStore(QStringList folders, QThreadPool& workers,
+    /// Changes are told once within `settle`.
+    explicit IcsCalendarStore(QStringList folders,
                               std::chrono::milliseconds settle = std::chrono::milliseconds(200));
     ~IcsCalendarStore() override;
 
@@ -62,12 +60,11 @@ private:
     void take(const Job& job, const Outcome& outcome);
 
     QStringList m_folders;
-    QThreadPool& m_workers;
     std::optional<int> m_status;
     Files m_files;
-    std::vector<Job> m_jobs; // the first is under way
+    std::vector<Job> m_jobs; // that wait
+    bool m_isWorking = false; // on one that waits no more
     std::unique_ptr<FolderWatch> m_watch; // while awake
     QTimer m_settle;
-    int m_era = 0; // what was begun in an earlier one is forgotten
-    QObject m_context;
+    Worker m_worker;
 };

@@ -82,7 +82,6 @@ QString vevent(const QString& uid, const QString& lines)
 struct Store {
     Store()
     {
-        workers.setMaxThreadCount(1);
         store.onChange = [this] { store.fetch(june); };
         store.onEvents = [this](const DateSpan&, const QList<CalendarEvent>& events) {
             ++answers;
@@ -99,8 +98,7 @@ struct Store {
 
     int answers = 0;
     QStringList titles;
-    QThreadPool workers;
-    EvolutionCalendarStore store{workers, {.call = 2s, .settle = 1ms, .retry = 10ms}};
+    EvolutionCalendarStore store{{.call = 2s, .settle = 1ms, .retry = 10ms}};
 };
 
 pid_t processOf(const QString& service)
@@ -136,8 +134,7 @@ private slots:
 
     void askingStartsNothing()
     {
-        QThreadPool workers;
-        EvolutionCalendarStore store(workers);
+        EvolutionCalendarStore store;
         std::optional<bool> granted;
         store.requestAccess([&](bool answer) { granted = answer; });
         QTRY_COMPARE(granted, std::optional(true));
