@@ -35,11 +35,11 @@ AppDelegate::AppDelegate(const Facilities& facilities)
     , m_library(facilities.paths.supportDirectory + "/StudioCharacters"_L1,
                 facilities.paths.resources)
     , m_speechFont(facilities.paths.resources)
+    , m_notes(facilities.paths.supportDirectory + "/notes.json"_L1)
     , m_panel(new UsagePanelView)
     , m_driver(facilities.preferences, facilities.statusItem, *m_panel)
     , m_usage(facilities.registry, facilities.keychain, facilities.paths, facilities.isDemo)
     , m_calendar(facilities.calendarStore, facilities.preferences, facilities.isDemo)
-    , m_notes(facilities.paths.supportDirectory + "/notes.json"_L1)
     , m_tabs({facilities.preferences, facilities.counters, facilities.clipboard,
               facilities.paths.supportDirectory + "/ClipboardRecent"_L1, facilities.isDemo},
              m_window)
@@ -52,7 +52,11 @@ AppDelegate::AppDelegate(const Facilities& facilities)
     onOpenCalendar = [] {};
 }
 
-AppDelegate::~AppDelegate() = default;
+AppDelegate::~AppDelegate()
+{
+    // It says so to the others while they are there.
+    m_window.hide();
+}
 
 void AppDelegate::applicationDidFinishLaunching(const Launch& launch)
 {

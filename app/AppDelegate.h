@@ -127,15 +127,16 @@ private:
     Facilities m_facilities;
     CustomCharacterLibrary m_library;
     SpeechFont m_speechFont;
-    UsagePanelView* m_panel; // owned by the window
-    PanelWindow m_window;
     PixelTheme m_theme;
+    NotesStore m_notes;
+    // What views show stands before them: the window goes first, with all that is in it.
+    UsagePanelView* m_panel; // owned by the window
+    NotesCardView* m_notesCard = nullptr; // owned by the panel
     CharacterDriver m_driver;
     UsageCollector m_usage;
     TodayCalendar m_calendar;
-    NotesStore m_notes;
-    NotesCardView* m_notesCard = nullptr; // owned by the panel
     ToolTabs m_tabs;
+    PanelWindow m_window;
     SettingsControl m_settings;
     LimitWarnings m_warnings;
     StatusItemControl m_statusItem;

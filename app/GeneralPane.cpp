@@ -1,6 +1,7 @@
 #include "app/GeneralPane.h"
 
 #include "app/SettingsControls.h"
+#include "characters/Retire.h"
 #include "platform/LoginItem.h"
 #include "today/ToggleSwitch.h"
 #include "usage/ProviderRegistry.h"
@@ -75,7 +76,7 @@ void GeneralPane::load()
 void GeneralPane::loadRows()
 {
     while (QLayoutItem* item = m_rows->takeAt(0)) {
-        item->widget()->deleteLater();
+        retire(item->widget());
         delete item;
     }
     for (const QString& id : draft().todayOrder)

@@ -2,6 +2,7 @@
 
 #include "characters/CharacterChoiceView.h"
 #include "characters/CharacterGridLayout.h"
+#include "characters/Retire.h"
 #include "platform/TextFonts.h"
 
 #include <QEvent>
@@ -52,9 +53,9 @@ template<typename Visit> void CharacterGallery::forEachTile(Visit visit)
 void CharacterGallery::setGroups(const QList<CatalogGroup>& groups)
 {
     for (const Group& group : m_groups) {
-        delete group.heading;
+        retire(group.heading);
         for (const Tile& tile : group.tiles)
-            delete tile.view;
+            retire(tile.view);
     }
     m_groups.clear();
     for (const CatalogGroup& group : groups)

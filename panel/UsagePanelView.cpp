@@ -1,6 +1,7 @@
 #include "panel/UsagePanelView.h"
 
 #include "characters/CharacterSpeech.h"
+#include "characters/Retire.h"
 #include "characters/SpriteImages.h"
 #include "panel/TodayCardView.h"
 #include "platform/TextFonts.h"
@@ -88,7 +89,7 @@ void UsagePanelView::arrangeCards()
     for (const ServiceUsage& service : m_services)
         arranged.push_back(takeSlot(service.id));
     for (const Slot& left : m_slots)
-        delete left.view;
+        retire(left.view);
     m_slots = std::move(arranged);
 
     QList<QWidget*> cards;

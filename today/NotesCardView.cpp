@@ -1,5 +1,6 @@
 #include "today/NotesCardView.h"
 
+#include "characters/Retire.h"
 #include "platform/TextFonts.h"
 #include "today/FlatButton.h"
 #include "today/NoteRow.h"
@@ -149,10 +150,8 @@ void NotesCardView::rebuild()
     updateControls();
     if (focused >= 0 && focusedPlace() < 0)
         focusRow(focused, showsFocus ? Qt::OtherFocusReason : Qt::MouseFocusReason);
-    for (NoteRow* row : std::as_const(old)) {
-        row->hide();
-        row->deleteLater(); // the change may have come from it
-    }
+    for (NoteRow* row : std::as_const(old))
+        retire(row);
 }
 
 qsizetype NotesCardView::focusedPlace() const

@@ -1,5 +1,6 @@
 #include "today/ShelfList.h"
 
+#include "characters/Retire.h"
 #include "platform/TextFonts.h"
 #include "today/ClipboardShelf.h"
 #include "today/ShelfRowButton.h"
@@ -69,10 +70,8 @@ void ShelfList::fill(const QString& filter)
         focusRow(focused);
     else if (!m_rows.empty())
         m_rows.front()->setFocusPolicy(Qt::StrongFocus);
-    for (ShelfRowButton* row : unused) {
-        row->hide();
-        row->deleteLater(); // it may be the one that asked for this
-    }
+    for (ShelfRowButton* row : unused)
+        retire(row);
 }
 
 ShelfRowButton* ShelfList::makeRow()

@@ -145,7 +145,8 @@ void DesktopClipboard::fetch(const Fetched& fetched)
     } else if (m_reader) {
         m_reader->read(
             u"TARGETS"_s, targetsLimit, [this, isNow, fetched](const ContentData& targets) {
-                if (isNow())
+                // The end of the reader is the end of its questions.
+                if (m_reader && isNow())
                     fetched(ownedContent(*m_reader, m_reader->targetNames(targets.bytes()), isNow));
             });
     } else if (const QMimeData* data = QGuiApplication::clipboard()->mimeData()) {

@@ -94,7 +94,8 @@ QStringList SelectionReader::targetNames(const QByteArray& atoms)
     const auto count
         = std::min<qsizetype>(atoms.size() / qsizetype(sizeof(xcb_atom_t)), mostTargets);
     std::vector<xcb_atom_t> targets(std::size_t(count), XCB_NONE);
-    std::memcpy(targets.data(), atoms.constData(), targets.size() * sizeof(xcb_atom_t));
+    if (count > 0)
+        std::memcpy(targets.data(), atoms.constData(), targets.size() * sizeof(xcb_atom_t));
 
     std::vector<std::pair<xcb_atom_t, xcb_get_atom_name_cookie_t>> asked;
     for (const xcb_atom_t target : targets) {

@@ -1,11 +1,13 @@
 #include "tests/app/TestProgram.h"
 #include "tests/support/TestFiles.h"
 
+#include "panel/TodayCardView.h"
 #include "panel/UsageCardView.h"
 #include "today/NotesCardView.h"
 
 #include <QDir>
 #include <QLayout>
+#include <QPointer>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -91,6 +93,24 @@ private slots:
         for (int step = 0; step < 100; ++step)
             program.delegate.driver().advanceAnimation();
         QCOMPARE(program.statusItem.imageCount, before);
+    }
+
+    void cardThatGoesWithinItsOwnKeyIsThereUntilItReturns()
+    {
+        UsagePanelView panel;
+        panel.setServices({{.id = u"calendar"_s, .name = u"Calendar"_s}});
+        panel.showCards();
+        const QPointer today = panel.findChild<TodayCardView*>();
+        bool isThere = false;
+        panel.onCalendarNavigate = [&](Date, std::optional<Date>) {
+            panel.setServices({{.id = u"claude"_s, .name = u"Claude"_s}});
+            panel.showCards();
+            isThere = !today.isNull();
+        };
+        QTest::keyClick(today, Qt::Key_PageUp);
+        QVERIFY(isThere);
+        QVERIFY(!today->isVisibleTo(&panel));
+        QTRY_VERIFY(!today);
     }
 
     void linesAreTypedOutOnce()

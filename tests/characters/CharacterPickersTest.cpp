@@ -16,6 +16,7 @@
 #include <QMouseEvent>
 #include <QProcess>
 #include <QTemporaryDir>
+#include <QPointer>
 #include <QTest>
 #include <QUrl>
 
@@ -51,13 +52,15 @@ QList<CatalogGroup> groups(int count, int characters)
     return list;
 }
 
+/// The newest one: older ones may be on their way out.
 CharacterChoiceView* tile(QWidget& parent, const QString& id)
 {
+    CharacterChoiceView* found = nullptr;
     for (auto* view : parent.findChildren<CharacterChoiceView*>()) {
         if (view->characterID() == id)
-            return view;
+            found = view;
     }
-    return nullptr;
+    return found;
 }
 
 /// Gives the keyboard to `window`.
@@ -313,6 +316,16 @@ private slots:
         QCOMPARE(namelessControl(*grid), QString());
         grid->setGroups(groups(1, 1)); // the tile with the keyboard is gone
         QVERIFY(tile(*grid, u"0-0"_s)->focusPolicy() & Qt::TabFocus);
+
+        const QPointer picked = tile(*grid, u"0-0"_s);
+        bool isThere = false;
+        grid->onSelect = [&](const QString&) {
+            grid->setGroups(groups(2, 2));
+            isThere = !picked.isNull();
+        };
+        QTest::keyClick(picked, Qt::Key_Space);
+        QVERIFY(isThere);
+        QTRY_VERIFY(!picked);
     }
 
     void gridGrowsWithTheText()

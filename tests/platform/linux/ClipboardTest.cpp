@@ -163,6 +163,19 @@ private slots:
         QCOMPARE(owner->state(), QProcess::Running);
     }
 
+    void whatComesAfterTheWatchIsNotTold()
+    {
+        m_shelf.reset();
+        const auto owner = copied("late");
+        QTRY_COMPARE(pasted(u"UTF8_STRING"_s), "late");
+        QCOMPARE(::kill(pid_t(owner->processId()), SIGSTOP), 0);
+        m_board->setWatched(true);
+        bool isTold = false;
+        m_board->fetch([&isTold](const std::shared_ptr<BoardContent>&) { isTold = true; });
+        m_board->setWatched(false);
+        QVERIFY(!isTold);
+    }
+
 private:
     void open(std::chrono::milliseconds patience)
     {
