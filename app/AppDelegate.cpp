@@ -75,6 +75,7 @@ void AppDelegate::applicationDidFinishLaunching(const Launch& launch)
     m_usage.fetchSnapshotProviders();
     m_calendar.onChange = [this] { refreshCalendar(); };
     refreshCalendar();
+    m_tabs.takeFirstSample();
     checkWarnings();
     updateAnimationTimers();
 

@@ -115,6 +115,12 @@ void ToolTabs::updateTimer()
         m_sampleTimer.stop();
 }
 
+void ToolTabs::takeFirstSample()
+{
+    if (!m_facilities.isDemo)
+        (void)m_sampler.sample();
+}
+
 void ToolTabs::sampleNow()
 {
     if (m_system && selected() == systemTab)

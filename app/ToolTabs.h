@@ -54,6 +54,8 @@ public:
     void setTheme(const PixelTheme* theme);
     /// The panel is in sight or not: samples now and then while the System tab is.
     void setShown(bool isShown);
+    /// Takes the sample that the first one shown is compared with.
+    void takeFirstSample();
     /// Samples the system at once if its tab is selected.
     void sampleNow();
     /// Shows the tab's character at `seconds` of its clock, or none when that is not wanted.

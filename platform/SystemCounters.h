@@ -34,7 +34,8 @@ struct NetworkInterface {
     QString name;
     QString address; // IPv4 in dotted form; empty for none
     bool isDefaultRoute = false; // what has no route of its own goes here
-    std::optional<TransferredBytes> bytes; // absent when another interface counts the same ones
+    bool isVirtual = false; // a bridge, a tunnel, a modem's line: another may count the same bytes
+    std::optional<TransferredBytes> bytes;
 
     bool operator==(const NetworkInterface&) const = default;
 };

@@ -16,6 +16,8 @@ constexpr double kilobyte = 1024;
 constexpr double megabyte = 1024 * kilobyte;
 constexpr double gigabyte = 1024 * megabyte;
 
+const QString unknownValue = u"—"_s;
+
 constexpr double hotFrom = 45; // °C
 constexpr double warmFrom = 38;
 constexpr double normalFrom = 25;
@@ -92,7 +94,7 @@ MetricCard temperatureCard(std::optional<double> celsius)
     return {
         .icon = u"temp"_s,
         .label = Texts::tr("BATTERY TEMP"),
-        .value = celsius ? fixedPoint(*celsius, 1) + u" °C"_s : u"—"_s,
+        .value = celsius ? fixedPoint(*celsius, 1) + u" °C"_s : unknownValue,
         .state = state.word,
         .tone = state.tone,
     };
@@ -232,10 +234,12 @@ Dashboard dashboard(const SystemMetrics& metrics)
             loadCard(u"storage"_s, Texts::tr("STORAGE"),
                      amountText(metrics.diskUsed, metrics.diskTotal), metrics.disk),
         },
-        .download = rate(metrics.downloadRate),
-        .upload = rate(metrics.uploadRate),
+        .download = metrics.knowsRates ? rate(metrics.downloadRate) : unknownValue,
+        .upload = metrics.knowsRates ? rate(metrics.uploadRate) : unknownValue,
         .address = metrics.localIP.value_or(QString()),
     };
+    if (!metrics.knowsLoad)
+        result.rows[0].value = unknownValue; // a zero would say that all is quiet
     if (metrics.battery)
         result.halves = {batteryCard(*metrics.battery), temperatureCard(metrics.temperature)};
     return result;

@@ -68,10 +68,13 @@ std::optional<QString> localAddress(const QList<NetworkInterface>& interfaces)
     return address;
 }
 
-TransferredBytes bytesOfAll(const QList<NetworkInterface>& interfaces)
+/// All bytes of the virtual interfaces, or of the others.
+TransferredBytes bytesOfAll(const QList<NetworkInterface>& interfaces, bool isVirtual)
 {
     TransferredBytes all;
     for (const NetworkInterface& interface : interfaces) {
+        if (interface.isVirtual != isVirtual)
+            continue;
         const TransferredBytes bytes = interface.bytes.value_or(TransferredBytes());
         all.received += bytes.received;
         all.sent += bytes.sent;
@@ -97,8 +100,9 @@ SystemMetrics SystemMetricsSampler::sample(Date now)
     const SystemReading reading = m_counters.read();
     const Usage memory = usage(reading.memory);
     const Usage disk = usage(reading.disk);
+    const std::optional<int> load = processorLoad(reading.processor);
     SystemMetrics metrics{
-        .cpu = processorLoad(reading.processor),
+        .cpu = load.value_or(0),
         .memory = memory.percent,
         .memoryUsed = memory.used,
         .memoryTotal = memory.total,
@@ -107,16 +111,19 @@ SystemMetrics SystemMetricsSampler::sample(Date now)
         .diskTotal = disk.total,
         .battery = charge(reading.batteries),
         .temperature = temperature(reading.batteries),
+        .knowsLoad = load.has_value(),
     };
     networkUsage(reading.network, now, metrics);
     return metrics;
 }
 
-int SystemMetricsSampler::processorLoad(const std::optional<ProcessorTicks>& ticks)
+std::optional<int> SystemMetricsSampler::processorLoad(const std::optional<ProcessorTicks>& ticks)
 {
     if (!ticks)
-        return 0;
-    int load = 0;
+        return std::nullopt;
+    std::optional<int> load;
+    if (m_previousTicks)
+        load = 0;
     if (m_previousTicks && ticks->total > m_previousTicks->total) {
         const double passed = double(ticks->total - m_previousTicks->total);
         // The time spent waiting for a disk, part of the idle time, may go back.
@@ -130,16 +137,26 @@ int SystemMetricsSampler::processorLoad(const std::optional<ProcessorTicks>& tic
 void SystemMetricsSampler::networkUsage(const std::optional<QList<NetworkInterface>>& interfaces,
                                         Date now, SystemMetrics& metrics)
 {
+    metrics.knowsRates = false;
     if (!interfaces)
         return;
     metrics.localIP = localAddress(*interfaces);
-    const TransferredBytes bytes = bytesOfAll(*interfaces);
+    // What goes through a tunnel goes through a device as well, but not what a modem's line
+    // carries: whichever of the two sums moved more holds it all.
+    const PreviousNetwork present{.hardware = bytesOfAll(*interfaces, false),
+                                  .virtually = bytesOfAll(*interfaces, true),
+                                  .time = now};
+    metrics.knowsRates = m_previousNetwork.has_value();
     if (m_previousNetwork) {
         const std::chrono::duration<double> passed = now - m_previousNetwork->time;
         const double seconds = std::max(passed.count(), shortestSpan);
-        const TransferredBytes& before = m_previousNetwork->bytes;
-        metrics.downloadRate = rate(before.received, bytes.received, seconds);
-        metrics.uploadRate = rate(before.sent, bytes.sent, seconds);
+        const auto fastest = [&](quint64 TransferredBytes::*count) {
+            return std::max(
+                rate(m_previousNetwork->hardware.*count, present.hardware.*count, seconds),
+                rate(m_previousNetwork->virtually.*count, present.virtually.*count, seconds));
+        };
+        metrics.downloadRate = fastest(&TransferredBytes::received);
+        metrics.uploadRate = fastest(&TransferredBytes::sent);
     }
-    m_previousNetwork = {.bytes = bytes, .time = now};
+    m_previousNetwork = present;
 }

@@ -22,6 +22,9 @@ struct SystemMetrics {
     quint64 downloadRate = 0; // bytes per second, all interfaces together
     quint64 uploadRate = 0;
     std::optional<QString> localIP; // IPv4 in dotted form
+    bool knowsLoad
+        = true; // false: there is no sample before to compare with, and `cpu` says nothing
+    bool knowsRates = true; // the same for the two rates
 
     bool operator==(const SystemMetrics&) const = default;
 };
@@ -37,11 +40,12 @@ public:
 
 private:
     struct PreviousNetwork {
-        TransferredBytes bytes;
+        TransferredBytes hardware;
+        TransferredBytes virtually;
         Date time;
     };
 
-    [[nodiscard]] int processorLoad(const std::optional<ProcessorTicks>& ticks);
+    [[nodiscard]] std::optional<int> processorLoad(const std::optional<ProcessorTicks>& ticks);
     void networkUsage(const std::optional<QList<NetworkInterface>>& interfaces, Date now,
                       SystemMetrics& metrics);
 

@@ -39,10 +39,12 @@ qreal SystemMetricsView::characterSide()
 void SystemMetricsView::setMetrics(const SystemMetrics& metrics)
 {
     m_metrics = metrics;
-    const bool downloadChanged = remember(m_histories.download, metrics.downloadRate);
-    const bool uploadChanged = remember(m_histories.upload, metrics.uploadRate);
-    if (downloadChanged || uploadChanged)
-        update(scaled(m_layout.network));
+    if (metrics.knowsRates) {
+        const bool downloadChanged = remember(m_histories.download, metrics.downloadRate);
+        const bool uploadChanged = remember(m_histories.upload, metrics.uploadRate);
+        if (downloadChanged || uploadChanged)
+            update(scaled(m_layout.network));
+    }
     const Dashboard before = std::exchange(m_dashboard, dashboard(metrics));
     if (m_dashboard == before)
         return;

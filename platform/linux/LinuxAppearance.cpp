@@ -182,6 +182,8 @@ LinuxAppearance::LinuxAppearance(const QDBusConnection& bus, const QString& kdeS
     connect(&m_kdeWatcher, &QFileSystemWatcher::directoryChanged, this,
             &LinuxAppearance::readKdeSettings);
     qDBusRegisterMetaType<PortalSettings>();
+    // Else there is no such slot when the signal is connected: its type is known by name only now.
+    qRegisterMetaType<QDBusVariant>("QDBusVariant");
     readKdeSettings();
     update();
     if (m_bus.isConnected())

@@ -176,9 +176,11 @@ std::optional<Capacity> ProcCounters::disk() const
     struct statvfs status { };
     if (::statvfs(QFile::encodeName(m_root).constData(), &status) != 0)
         return std::nullopt;
-    // Not f_bfree: part of that is kept for the system.
-    return Capacity{.available = quint64(status.f_bavail) * status.f_frsize,
-                    .total = quint64(status.f_blocks) * status.f_frsize};
+    // As df reckons: what is kept for the system is nobody's, neither used nor to be had.
+    const quint64 used = quint64(status.f_blocks) - quint64(status.f_bfree);
+    const quint64 available = status.f_bavail;
+    return Capacity{.available = available * status.f_frsize,
+                    .total = (used + available) * status.f_frsize};
 }
 
 std::optional<QList<NetworkInterface>> ProcCounters::network() const
@@ -188,24 +190,20 @@ std::optional<QList<NetworkInterface>> ProcCounters::network() const
         return std::nullopt;
     const QString defaultRoute = defaultRouteInterface(contents(u"proc/net/route"_s));
     QList<NetworkInterface> interfaces;
-    std::optional<qsizetype> deviceless;
     forEachLine(counters, [&](const QByteArray& line) {
         const qsizetype colon = line.indexOf(':');
         const QString name = QString::fromLocal8Bit(line.left(std::max<qsizetype>(colon, 0)));
         const bool device = !name.isEmpty() && hasDevice(name);
         if (name.isEmpty() || (!device && name != defaultRoute) || !isUp(name))
             return;
-        if (!device)
-            deviceless = interfaces.size();
         interfaces.append({
             .name = name,
             .address = m_addressOf(name),
             .isDefaultRoute = name == defaultRoute,
+            .isVirtual = !device,
             .bytes = transferredBytes(line.mid(colon + 1).simplified().split(' ')),
         });
     });
-    if (deviceless && interfaces.size() > 1)
-        interfaces[*deviceless].bytes.reset();
     return interfaces;
 }
 
@@ -271,7 +269,9 @@ QList<Battery> ProcCounters::charges(const QStringList& folders, const QString& 
         const std::optional<qint64> full
             = fullName.isEmpty() ? fullPercentage : number(folder + fullName);
         const bool isKnown = now && full && *now >= 0 && *full > 0;
-        packs.append(isKnown ? Battery{.charge = *now, .fullCharge = *full} : Battery());
+        // Some count on while the last that was called full still stands.
+        packs.append(isKnown ? Battery{.charge = std::min(*now, *full), .fullCharge = *full}
+                             : Battery());
     }
     return packs;
 }

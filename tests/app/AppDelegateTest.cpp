@@ -171,10 +171,10 @@ private slots:
         program.delegate.applicationDidFinishLaunching({.background = true});
         program.delegate.showPanel();
         program.delegate.refreshNow();
-        QCOMPARE(program.counters.reads, 0);
+        QCOMPARE(program.counters.reads, 1); // the one that the first is compared with
         program.delegate.showTab(u"system"_s);
         QCOMPARE(program.delegate.panelWindow().page(), u"system"_s);
-        QVERIFY(program.counters.reads > 0);
+        QVERIFY(program.counters.reads > 1);
         const int before = program.counters.reads;
         program.delegate.refreshNow();
         QCOMPARE(program.counters.reads, before + 1);

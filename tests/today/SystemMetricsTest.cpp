@@ -12,7 +12,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr Date start{1'795'376'898s};
+constexpr Date firstMoment{1'795'376'898s};
 
 class MadeUpCounters final : public SystemCounters {
 public:
@@ -34,6 +34,7 @@ class SystemMetricsTest : public QObject {
 private slots:
     void init()
     {
+        start = firstMoment;
         m_counters.reading = {};
         m_sampler = std::make_unique<SystemMetricsSampler>(m_counters);
     }
@@ -44,6 +45,7 @@ private slots:
             m_counters.reading.processor = ProcessorTicks{idle, total};
             return m_sampler->sample(start).cpu;
         };
+        QVERIFY(!m_sampler->sample(start).knowsLoad);
         QCOMPARE(load(500, 10'000), 0);
         QCOMPARE(load(1500, 14'000), 75);
         QCOMPARE(load(1500, 14'000), 0); // no tick passed
@@ -68,7 +70,8 @@ private slots:
 
         m_counters.reading.memory = Capacity{.available = 3};
         m_counters.reading.disk.reset();
-        QCOMPARE(m_sampler->sample(start), SystemMetrics());
+        QCOMPARE(m_sampler->sample(start),
+                 (SystemMetrics{.knowsLoad = false, .knowsRates = false}));
     }
 
     void ratesAreAveragesOverTheTimeBetweenTwoSamples()
@@ -90,6 +93,29 @@ private slots:
         QCOMPARE(m_sampler->sample(start + 5s).downloadRate, 0ULL);
         QCOMPARE(sample(6050ms, {interface(1800, 2001)}).downloadRate, 100ULL);
         QCOMPARE(sample(1s, {interface(1900, 2001)}).downloadRate, 1000ULL); // the clock went back
+    }
+
+    void whatATunnelCarriesCountsOnceAndAModemsLineToo()
+    {
+        NetworkInterface line = interface(100, 10);
+        line.isVirtual = true;
+        const auto rates = [&](quint64 device, quint64 carried) {
+            line.bytes = TransferredBytes{carried, 10};
+            m_counters.reading.network = {interface(device, 10), line};
+            return m_sampler->sample(start += 1s);
+        };
+        QVERIFY(!rates(1000, 100).knowsRates);
+        QCOMPARE(rates(2000, 1000).downloadRate, 1000ULL); // through the tunnel and the device
+        QCOMPARE(rates(2000, 1600).downloadRate, 600ULL); // beside an idle device
+    }
+
+    void firstFiguresAreNoZeros()
+    {
+        SystemMetricsView view;
+        view.setMetrics(m_sampler->sample(start));
+        QVERIFY(view.accessibleDescription().contains(u"Processor load —"_s));
+        QVERIFY(!view.accessibleDescription().contains(u"0B/s"_s));
+        QVERIFY(view.downloadHistory().isEmpty());
     }
 
     void addressIsTheDefaultRoutes()
@@ -202,6 +228,7 @@ private slots:
     }
 
 private:
+    Date start;
     MadeUpCounters m_counters;
     std::unique_ptr<SystemMetricsSampler> m_sampler;
 };

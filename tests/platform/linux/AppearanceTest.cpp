@@ -83,7 +83,24 @@ class AppearanceTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void initTestCase() { qDBusRegisterMetaType<Settings>(); }
+    // Must come first: whatever else is done here teaches Qt the types of the portal's signal.
+    void initTestCase()
+    {
+        const QDBusConnection bus = QDBusConnection::sessionBus();
+        LinuxAppearance appearance(bus, {});
+        QDBusMessage change
+            = QDBusMessage::createSignal(u"/org/freedesktop/portal/desktop"_s,
+                                         u"org.freedesktop.portal.Settings"_s, u"SettingChanged"_s);
+        QDBusConnection portal
+            = QDBusConnection::connectToBus(QDBusConnection::SessionBus, u"first"_s);
+        QVERIFY(portal.registerService(portalName));
+        change << QString(common) << u"color-scheme"_s
+               << QVariant::fromValue(QDBusVariant(QVariant::fromValue(1U)));
+        QVERIFY(portal.send(change));
+        QTRY_COMPARE(appearance.current().scheme, ColorScheme::dark);
+        QDBusConnection::disconnectFromBus(u"first"_s);
+        qDBusRegisterMetaType<Settings>();
+    }
 
     void init() { QGuiApplication::setPalette(qtPalette(ColorScheme::light)); }
 
