@@ -104,6 +104,10 @@ ReplaceStatus replaceFile(const QString& path, const QByteArray& contents,
         ::unlink(temporary.constData());
         return ReplaceStatus::notWritten;
     }
+    if (options.isStillWanted && !options.isStillWanted()) {
+        ::unlink(temporary.constData());
+        return ReplaceStatus::notWanted;
+    }
     if (::rename(temporary.constData(), QFile::encodeName(target).constData()) != 0) {
         ::unlink(temporary.constData());
         return ReplaceStatus::notRenamed;

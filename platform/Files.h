@@ -6,6 +6,7 @@
 #include <QString>
 
 #include <chrono>
+#include <functional>
 
 /// What became of an attempt to read a file.
 enum class ReadStatus {
@@ -29,12 +30,14 @@ enum class ReplaceStatus {
     replaced,
     notWritten, // the new contents could not be written; nothing has changed
     notRenamed, // they could not take the old file's place; nothing has changed
+    notWanted, // any more, as `isStillWanted` says; nothing has changed
 };
 
 struct ReplaceOptions {
     int permissions = 0600; // of the new file, whatever the umask
     QString temporaryPrefix = QStringLiteral(".vexlo-"); // followed by a UUID and ".tmp"
     bool durable = true; // on the disk before the rename: a power cut keeps the old or the new
+    std::function<bool()> isStillWanted; // asked right before the rename; may be empty
 };
 
 /// Writes `contents` to a new file beside `path` and renames it over `path` in one step.

@@ -38,8 +38,8 @@ QString shellQuoted(const QString& path)
     return u'"' + QString(path).replace(escaped, u"\\\\1"_s) + u'"';
 }
 
-/// The JSON value in `bytes`; absent when they are none or nested too deep.
-std::optional<nlohmann::json> parsed(const QByteArray& bytes)
+/// The JSON value in `text`; absent when there is none or it is nested too deep.
+std::optional<nlohmann::json> parsed(const std::string& text)
 {
     bool isTooDeep = false;
     const auto watchDepth
@@ -47,8 +47,7 @@ std::optional<nlohmann::json> parsed(const QByteArray& bytes)
               isTooDeep = isTooDeep || depth > deepestSettings;
               return !isTooDeep;
           };
-    nlohmann::json value
-        = nlohmann::json::parse(bytes.begin(), bytes.end(), watchDepth, /*allow_exceptions=*/false);
+    nlohmann::json value = nlohmann::json::parse(text, watchDepth, /*allow_exceptions=*/false);
     return value.is_discarded() || isTooDeep ? std::nullopt : std::optional(std::move(value));
 }
 
@@ -63,22 +62,25 @@ void makeFolderOf(const QString& path)
     QDir().mkpath(QFileInfo(path).path());
 }
 
-void writeBytes(const QString& path, const QByteArray& bytes, int permissions)
+void writeBytes(const QString& path, const QByteArray& bytes, const ReplaceOptions& options)
 {
-    switch (replaceFile(path, bytes, {.permissions = permissions})) {
+    switch (replaceFile(path, bytes, options)) {
     case ReplaceStatus::replaced:
         return;
     case ReplaceStatus::notWritten:
         failToWrite(path);
     case ReplaceStatus::notRenamed:
         throw ClaudeSetup::Failure(Texts::tr("Could not replace %1").arg(path));
+    case ReplaceStatus::notWanted:
+        throw ClaudeSetup::Failure(
+            Texts::tr("%1 was changed by another program just now. Please try again.").arg(path));
     }
 }
 
 /// Sorted keys, two spaces of indent, a line feed at the end.
-QByteArray prettyPrinted(const nlohmann::json& value)
+QByteArray prettyPrinted(const nlohmann::json& value, const LenientJson::Disguise& oddities)
 {
-    return QByteArray::fromStdString(value.dump(2)) + '\n';
+    return QByteArray::fromStdString(oddities.restored(value.dump(2))) + '\n';
 }
 
 /// Whether the status line in `settings` runs the program at `path`.
@@ -129,12 +131,16 @@ ClaudeSetup::Settings ClaudeSetup::readSettings() const
     const ReadResult result = readFile(m_paths.settings);
     if (result.status == ReadStatus::missing)
         return {};
+    LenientJson::Disguise oddities(result.contents.toStdString());
     std::optional<Json> members;
     if (result.status == ReadStatus::read)
-        members = parsed(result.contents);
+        members = parsed(oddities.text());
     if (!members || !members->is_object())
         throw Failure(Texts::tr("Claude settings are not a JSON object: %1").arg(m_paths.settings));
-    return {.members = std::move(*members), .bytes = result.contents, .exists = true};
+    return {.members = std::move(*members),
+            .bytes = result.contents,
+            .oddities = std::move(oddities),
+            .exists = true};
 }
 
 bool ClaudeSetup::ownsStatusLine(const Settings& settings) const
@@ -166,6 +172,8 @@ void ClaudeSetup::installBridge() const
     const QFileInfo installed(installedBridge());
     if (readFile(installedBridge()).contents == bundled.contents && installed.isExecutable())
         return;
+    if (!QFileInfo::exists(installedBridge()))
+        QFile::remove(installedBridge()); // a link to nowhere would be followed there
     // Replaced in one step: Claude Code may be running the old one at this moment.
     const ReplaceOptions options{
         .permissions = executableMode,
@@ -183,7 +191,7 @@ void ClaudeSetup::backUpSettings(const Settings& settings) const
         = std::chrono::floor<std::chrono::seconds>(currentDate()).time_since_epoch().count();
     const QString backup
         = m_paths.settings + ".gridwell-backup-"_L1 + QString::number(qint64(seconds));
-    writeBytes(backup, settings.bytes, settingsMode());
+    writeBytes(backup, settings.bytes, {.permissions = settingsMode()});
 }
 
 int ClaudeSetup::settingsMode() const
@@ -196,19 +204,27 @@ int ClaudeSetup::settingsMode() const
         : privateMode;
 }
 
-void ClaudeSetup::replaceSettings(const Settings& before, const Json& members) const
+void ClaudeSetup::replaceSettings(const Settings& before, const QByteArray& contents) const
 {
     backUpSettings(before);
     makeFolderOf(m_paths.settings);
     // Claude Code and editors write this file too. What they wrote in the meantime must not be
-    // lost.
-    if (readFile(m_paths.settings).contents != before.bytes)
-        throw Failure(Texts::tr("%1 was changed by another program just now. Please try again.")
-                          .arg(m_paths.settings));
-    writeBytes(m_paths.settings, prettyPrinted(members), settingsMode());
+    // lost, also while ours went to the disk.
+    writeBytes(m_paths.settings, contents, {.permissions = settingsMode(), .isStillWanted = [&] {
+                                                return readFile(m_paths.settings).contents
+                                                    == before.bytes;
+                                            }});
 }
 
 QString ClaudeSetup::connect()
+{
+    makePrivateFolder(m_paths.supportDirectory);
+    const FolderLock lock(m_paths.supportDirectory);
+    return connectLocked();
+}
+
+/// The settings and the saved line belong together: no other process may change either in between.
+QString ClaudeSetup::connectLocked()
 {
     const Settings settings = readSettings();
     installBridge();
@@ -219,7 +235,8 @@ QString ClaudeSetup::connect()
     const Json existing = settings.members.value(statusLineKey, Json());
     // Behind an older bridge of ours stands what the user had before it, saved already.
     if (!isLegacy && !existing.is_null())
-        writeBytes(previousStatusLine(), prettyPrinted(existing), privateMode);
+        writeBytes(previousStatusLine(), prettyPrinted(existing, settings.oddities),
+                   {.permissions = privateMode});
     else if (!isLegacy)
         QFile::remove(previousStatusLine());
 
@@ -228,46 +245,55 @@ QString ClaudeSetup::connect()
     statusLine[commandKey] = shellQuoted(installedBridge()).toStdString();
     Json members = settings.members;
     members[statusLineKey] = std::move(statusLine);
-    replaceSettings(settings, members);
+    replaceSettings(settings, prettyPrinted(members, settings.oddities));
     return Texts::tr("Connected. Claude Code will supply usage on its next status line update.");
 }
 
 QString ClaudeSetup::disconnect()
 {
+    // A bridge that is running now looks for its own file under this lock before it writes, so that
+    // the usage does not come back once it is gone.
+    const FolderLock lock(m_paths.supportDirectory);
     const Settings settings = readSettings();
     QString message = Texts::tr("Disconnected. Your Claude status line was not Vexlo's, so it was "
                                 "left unchanged.");
-    if (ownsStatusLine(settings)) {
-        Json members = settings.members;
-        const ReadResult saved = readFile(previousStatusLine());
-        const std::optional<Json> previous = parsed(saved.contents);
-        if (previous && !previous->is_null()) {
-            members[statusLineKey] = *previous;
-            message = Texts::tr("Your previous status line is back.");
-        } else {
-            members.erase(statusLineKey);
-            message = Texts::tr("Claude Code has no status line again.");
-        }
-        replaceSettings(settings, members);
-    }
+    if (ownsStatusLine(settings))
+        message = putPreviousBack(settings);
     removeVexloFiles();
     return message;
+}
+
+QString ClaudeSetup::putPreviousBack(const Settings& settings) const
+{
+    Json members = settings.members;
+    const LenientJson::Disguise saved(readFile(previousStatusLine()).contents.toStdString(),
+                                      settings.oddities.text());
+    const std::optional<Json> previous = parsed(saved.text());
+    const bool hasPrevious = previous && !previous->is_null();
+    if (hasPrevious)
+        members[statusLineKey] = *previous;
+    else
+        members.erase(statusLineKey);
+    const QByteArray contents = prettyPrinted(members, settings.oddities);
+    replaceSettings(settings, QByteArray::fromStdString(saved.restored(contents.toStdString())));
+    return hasPrevious ? Texts::tr("Your previous status line is back.")
+                       : Texts::tr("Claude Code has no status line again.");
 }
 
 void ClaudeSetup::refreshIfConnected()
 {
     const Settings settings = readSettings();
+    if (!ownsStatusLine(settings))
+        return;
+    const FolderLock lock(m_paths.supportDirectory);
     if (usesLegacyBridge(settings))
-        connect();
-    else if (ownsStatusLine(settings))
+        connectLocked();
+    else
         installBridge();
 }
 
 void ClaudeSetup::removeVexloFiles() const
 {
-    // A bridge that is running now looks for its own file under this lock before it writes, so that
-    // the usage does not come back once it is gone.
-    const FolderLock lock(m_paths.supportDirectory);
     for (const QString& file : {previousStatusLine(), legacyBridge(), installedBridge(),
                                 m_paths.supportDirectory + "/claude-usage.json"_L1})
         QFile::remove(file);

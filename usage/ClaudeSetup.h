@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/LenientJson.h"
+
 #include <QByteArray>
 #include <QString>
 
@@ -57,18 +59,21 @@ private:
     using Json = nlohmann::json;
 
     struct Settings {
-        Json members = Json::object();
+        Json members = Json::object(); // with `oddities` in disguise
         QByteArray bytes; // as read
+        LenientJson::Disguise oddities{{}}; // what we cannot read but must not lose
         bool exists = false;
     };
 
+    QString connectLocked();
+    [[nodiscard]] QString putPreviousBack(const Settings& settings) const;
     [[nodiscard]] Settings readSettings() const;
     [[nodiscard]] bool ownsStatusLine(const Settings& settings) const;
     [[nodiscard]] bool usesLegacyBridge(const Settings& settings) const;
     void installBridge() const;
     void backUpSettings(const Settings& settings) const;
     [[nodiscard]] int settingsMode() const;
-    void replaceSettings(const Settings& before, const Json& members) const;
+    void replaceSettings(const Settings& before, const QByteArray& contents) const;
     void removeVexloFiles() const;
 
     [[nodiscard]] QString installedBridge() const;

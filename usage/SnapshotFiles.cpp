@@ -1,6 +1,7 @@
 #include "usage/SnapshotFiles.h"
 
 #include "platform/Files.h"
+#include "platform/LenientJson.h"
 #include "usage/CodexSnapshot.h"
 
 #include <QCoreApplication>
@@ -44,7 +45,10 @@ class Texts {
 
 std::optional<QJsonObject> parsedObject(const QByteArray& data)
 {
-    const QJsonDocument document = QJsonDocument::fromJson(data);
+    QJsonDocument document = QJsonDocument::fromJson(data);
+    if (document.isNull()) // one number out of range must not hide the others
+        document = QJsonDocument::fromJson(
+            QByteArray::fromStdString(LenientJson::mended(data.toStdString())));
     return document.isObject() ? std::optional(document.object()) : std::nullopt;
 }
 

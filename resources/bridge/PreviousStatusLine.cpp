@@ -1,14 +1,23 @@
 #include "resources/bridge/PreviousStatusLine.h"
 
-#include "resources/bridge/OwnedDescriptor.h"
+#include "resources/bridge/IgnoredSignal.h"
 #include "resources/bridge/InstalledNames.h"
+#include "resources/bridge/OwnedDescriptor.h"
 #include "resources/bridge/StatusLineSnapshot.h"
 
+#include <cerrno>
+#include <charconv>
+#include <csignal>
 #include <cstdlib>
+#include <cstring>
 
 #include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace {
+
+constexpr auto markName = "VEXLO_STATUS_LINE"; // the process that runs the previous status line
 
 constexpr auto programNames = {InstalledName::bridge, InstalledName::olderBridge};
 
@@ -39,6 +48,7 @@ bool namesBridge(std::string_view command, const std::string& supportFolder)
 /// A file without a name that holds `bytes` and is read from its start. Negative on failure.
 int anonymousFile(std::string_view bytes)
 {
+    const IgnoredSignal fileTooLarge(SIGXFSZ); // a limit that the user has set is a failed write
     int file = memfd_create("status-line-input", 0);
     if (file < 0) {
         char name[] = "/tmp/vexlo-input-XXXXXX";
@@ -51,6 +61,43 @@ int anonymousFile(std::string_view bytes)
     if (file >= 0)
         close(file);
     return -1;
+}
+
+/// Hands `input` and what follows it over to a pipe, from a process of its own that nobody has to
+/// wait for. Gives the pipe's other end, negative on failure.
+int fedPipe(const Input& input, std::chrono::steady_clock::time_point deadline)
+{
+    int ends[2] = {-1, -1};
+    if (pipe(ends) != 0)
+        return -1;
+    const pid_t child = fork();
+    if (child == 0) {
+        if (fork() != 0)
+            _exit(0);
+        close(ends[0]);
+        close(STDOUT_FILENO); // whoever reads our output waits for its end
+        signal(SIGPIPE, SIG_DFL);
+        Input next = input;
+        while (writeAll(ends[1], next.bytes) && !next.hasEnded
+               && std::chrono::steady_clock::now() < deadline)
+            next = readInput(STDIN_FILENO, deadline, 1);
+        _exit(0);
+    }
+    close(ends[1]);
+    if (child > 0 && waitpid(child, nullptr, 0) == child)
+        return ends[0];
+    close(ends[0]);
+    return -1;
+}
+
+/// The process that the mark names, which became the previous status line.
+pid_t markedProcess()
+{
+    const char* mark = std::getenv(markName);
+    pid_t process = 0;
+    if (mark)
+        std::from_chars(mark, mark + std::strlen(mark), process);
+    return process;
 }
 
 } // namespace
@@ -70,9 +117,19 @@ std::optional<std::string> previousCommand(std::string_view saved, const std::st
     return text;
 }
 
-void become(const std::string& command, std::string_view input)
+bool isWithinPrevious()
 {
-    const int file = anonymousFile(input);
+    // The variable may live on in what a status line once started.
+    const pid_t process = markedProcess();
+    return process > 0 && (kill(process, 0) == 0 || errno == EPERM);
+}
+
+void become(const std::string& command, const Input& input,
+            std::chrono::steady_clock::time_point deadline)
+{
+    int file = input.hasEnded ? anonymousFile(input.bytes) : -1;
+    if (file < 0)
+        file = fedPipe(input, deadline);
     if (file < 0)
         return;
     if (file != STDIN_FILENO) {
@@ -81,5 +138,6 @@ void become(const std::string& command, std::string_view input)
         if (!isInput)
             return;
     }
+    setenv(markName, std::to_string(getpid()).c_str(), 1);
     execl("/bin/sh", "/bin/sh", "-c", command.c_str(), nullptr);
 }

@@ -27,17 +27,17 @@ bool isReadable(int descriptor, std::chrono::steady_clock::time_point deadline)
 
 } // namespace
 
-std::string readInput(int descriptor, std::chrono::steady_clock::time_point deadline,
-                      std::size_t byteLimit)
+Input readInput(int descriptor, std::chrono::steady_clock::time_point deadline,
+                std::size_t byteLimit)
 {
-    std::string input;
-    while (input.size() < byteLimit && isReadable(descriptor, deadline)) {
-        const std::size_t before = input.size();
-        input.resize(std::min(before + chunkSize, byteLimit));
-        const ssize_t count = read(descriptor, input.data() + before, input.size() - before);
-        input.resize(before + static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
-        if (count == 0 || (count < 0 && errno != EINTR && errno != EAGAIN))
-            break;
+    Input input;
+    std::string& bytes = input.bytes;
+    while (!input.hasEnded && bytes.size() < byteLimit && isReadable(descriptor, deadline)) {
+        const std::size_t before = bytes.size();
+        bytes.resize(std::min(before + chunkSize, byteLimit));
+        const ssize_t count = read(descriptor, bytes.data() + before, bytes.size() - before);
+        bytes.resize(before + static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+        input.hasEnded = count == 0 || (count < 0 && errno != EINTR && errno != EAGAIN);
     }
     return input;
 }

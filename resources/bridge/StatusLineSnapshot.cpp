@@ -1,5 +1,7 @@
 #include "resources/bridge/StatusLineSnapshot.h"
 
+#include "platform/LenientJson.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -186,6 +188,8 @@ std::optional<Json> parse(std::string_view text, std::size_t byteLimit)
     };
     try {
         Json value = Json::parse(text.begin(), text.end(), checkDepth, false);
+        if (value.is_discarded())
+            value = Json::parse(LenientJson::mended(text), checkDepth, false);
         if (value.is_object())
             return value;
     } catch (const TooDeep&) {

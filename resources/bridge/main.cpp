@@ -1,6 +1,7 @@
 // The status line of Claude Code: notes the limits in Claude Code's input where the application
 // reads them, then shows the status line that the user had before, or a line of its own.
 
+#include "resources/bridge/IgnoredSignal.h"
 #include "resources/bridge/InstalledNames.h"
 #include "resources/bridge/PreviousStatusLine.h"
 #include "resources/bridge/StandardInput.h"
@@ -27,6 +28,7 @@ constexpr std::size_t previousLimit = mebibyte;
 // From the start of the process. A run shall be over within 2 s, whatever it meets.
 constexpr auto inputDeadline = 1s;
 constexpr auto lockDeadline = 1500ms;
+constexpr auto passingDeadline = 2s;
 
 double secondsSince1970()
 {
@@ -57,21 +59,26 @@ std::string updateSnapshot(const SupportFolder& folder, const std::string& input
 /// Gives the own line, or does not return.
 std::string statusLine(MonotonicTime start)
 {
-    const std::string input = readInput(STDIN_FILENO, start + inputDeadline, inputLimit);
+    const Input input = readInput(STDIN_FILENO, start + inputDeadline, inputLimit);
     std::string line;
     std::optional<std::string> command;
     {
+        const IgnoredSignal fileTooLarge(
+            SIGXFSZ); // a limit that the user has set is a failed write
         const SupportFolder folder(SupportFolder::ofThisProgram());
         try {
-            line = updateSnapshot(folder, input, start + lockDeadline);
+            line = updateSnapshot(folder, input.bytes, start + lockDeadline);
         } catch (const std::exception&) {
             line = StatusLineSnapshot::statusLine({}, 0);
         }
-        if (const auto saved = folder.read(InstalledName::previousStatusLine, previousLimit))
+        const auto saved = isWithinPrevious()
+            ? std::nullopt
+            : folder.read(InstalledName::previousStatusLine, previousLimit);
+        if (saved)
             command = previousCommand(*saved, folder.path());
     }
     if (command)
-        become(*command, input);
+        become(*command, input, start + passingDeadline);
     return line;
 }
 

@@ -182,6 +182,7 @@ private slots:
         row("previous line is the bridge",
             u"printf '{\"type\": \"command\", \"command\": \"%s\"}' \"$0\""
             " > previous-statusline.json"_s);
+        row("files may have no size", u"ulimit -f 0"_s, mergedLine, -1);
         row("nobody reads the line", u"mkfifo out; exec 3<>out >out 3<&-"_s, "0 ");
     }
 
@@ -198,9 +199,10 @@ private slots:
     void previousStatusLineRunsAsIfAlone()
     {
         // Its input, folder, environment, signals, groups, open files, process and exit status.
-        const QString command = u"cksum; pwd; env | sort; ls /proc/$$/fd; echo $$; "
-                                "grep -E '^Sig(Blk|Ign|Cgt|Pnd)' /proc/self/status; "
-                                "cut -d' ' -f5,6 /proc/$$/stat; echo error >&2; exit 7"_s;
+        const QString command
+            = u"cksum; pwd; env | grep -v ^VEXLO_ | sort; ls /proc/$$/fd; echo $$; "
+              "grep -E '^Sig(Blk|Ign|Cgt|Pnd)' /proc/self/status; "
+              "cut -d' ' -f5,6 /proc/$$/stat; echo error >&2; exit 7"_s;
         const QByteArray bytes = input() + QByteArray(200'000, ' ');
         // Signals ignored and blocked from outside have to come through as well.
         const QStringList wrapper{u"env"_s, u"--ignore-signal=PIPE,RTMIN"_s,
@@ -223,6 +225,39 @@ private slots:
         lock.reset();
         QCOMPARE(outcome(process).replace(id, "own id"), expected);
         QCOMPARE(installed.used(), 25);
+    }
+
+    void previousScriptThatCallsTheBridgeGetsItsOwnLine()
+    {
+        const Installation installed;
+        const QTemporaryDir other;
+        const QString script = other.filePath(u"line"_s);
+        const QByteArray call
+            = "#!/bin/sh\necho \"[$(" + QFile::encodeName(installed.bridge()) + ")]\"\n";
+        writeFile(script, call, 0700);
+        installed.setPrevious(script);
+        const QStringList limited{u"timeout"_s, u"--signal=KILL"_s, u"5"_s};
+        QCOMPARE(installed.run(input(), limited), "0 [" + mergedLine.mid(2).trimmed() + "]\n");
+        // What a status line once started may be the surroundings of another session.
+        qputenv("VEXLO_STATUS_LINE", "4194305"); // more than there are processes
+        QCOMPARE(installed.run(input(), limited), "0 [" + mergedLine.mid(2).trimmed() + "]\n");
+        qunsetenv("VEXLO_STATUS_LINE");
+    }
+
+    void lateInputIsPassedOnAsItComes()
+    {
+        const Installation installed;
+        installed.setPrevious(u"head -c 4; echo; cat"_s);
+        QProcess process;
+        process.start(installed.bridge(), QStringList());
+        process.write("soon");
+        const QString program = u"/proc/%1/exe"_s.arg(process.processId());
+        QTRY_VERIFY(!QFile::symLinkTarget(program).endsWith(bridgeName));
+        QTRY_COMPARE(process.bytesAvailable(), 5);
+        process.write("late");
+        QTRY_COMPARE(process.bytesAvailable(), 9);
+        process.closeWriteChannel();
+        QCOMPARE(outcome(process), "0 soon\nlate");
     }
 
     void failedWritesKeepTheOldFile_data()

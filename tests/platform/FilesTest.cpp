@@ -110,6 +110,26 @@ private slots:
         QCOMPARE(contentsOf(m_file), "old");
     }
 
+    void whatIsWantedNoMoreAtTheLastMomentIsNotReplaced()
+    {
+        const QString file = m_folder->filePath(u"file"_s);
+        writeFile(file, "old");
+        QByteArrayList temporaries;
+        const auto othersWrote = [&] {
+            for (const QString& name : filesIn(m_folder->path())) {
+                if (name.endsWith(".tmp"_L1))
+                    temporaries.append(contentsOf(m_folder->filePath(name)));
+            }
+            return false;
+        };
+        QCOMPARE(replaceFile(file, "new", {.isStillWanted = othersWrote}),
+                 ReplaceStatus::notWanted);
+        QCOMPARE(temporaries,
+                 QByteArrayList{"new"}); // written by then, so that little can come between
+        QCOMPARE(contentsOf(file), "old");
+        QCOMPARE(filesIn(m_folder->path()), QStringList{u"file"_s});
+    }
+
     void newFoldersArePrivate()
     {
         const QString deep = m_folder->filePath(u"a/b/c"_s);

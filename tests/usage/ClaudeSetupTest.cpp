@@ -2,8 +2,6 @@
 
 #include "tests/support/TestFiles.h"
 
-#include <TestPaths.h>
-
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
@@ -55,6 +53,10 @@ private slots:
         writeFile(m_bundled, "the bridge of a new version");
         m_setup->refreshIfConnected();
         QCOMPARE(contentsOf(m_bridge), "the bridge of a new version");
+        QVERIFY(QFile::remove(m_bridge));
+        QVERIFY(QFile::link(u"/gone/with/its/folder"_s, m_bridge));
+        m_setup->refreshIfConnected();
+        QCOMPARE(contentsOf(m_bridge), "the bridge of a new version");
         writeFile(m_support + u"/claude-usage.json"_s, "{}");
         QCOMPARE(disconnect(), noLineText);
         QCOMPARE(contentsOf(m_settings), "{}\n");
@@ -100,13 +102,12 @@ private slots:
 
     void everythingElseSurvivesToTheDigit()
     {
-        const QString data = QStringLiteral(VEXLO_TEST_DATA "/claude-settings");
         const QByteArray byteOrderMark = "\xEF\xBB\xBF";
-        writeFile(m_settings, byteOrderMark + contentsOf(data + u".json"_s));
+        writeFile(m_settings, byteOrderMark + contentsOf(u":/data/claude-settings.json"_s));
         QCOMPARE(connect(), connectedText);
-        QCOMPARE(disconnect(), noLineText);
+        QCOMPARE(disconnect(), ownLineText);
         // As text: reading it with Qt would lose the very digits in question.
-        QCOMPARE(contentsOf(m_settings), contentsOf(data + u"-rewritten.json"_s));
+        QCOMPARE(contentsOf(m_settings), contentsOf(u":/data/claude-settings-rewritten.json"_s));
     }
 
     void settingsThatAreNoObjectChangeNothing()

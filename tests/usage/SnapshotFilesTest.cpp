@@ -166,7 +166,7 @@ private slots:
             const QByteArray data = R"({"windows": [{"used_percent": )"_ba + used + "}]}";
             QCOMPARE(usageOf(u"zai"_s, data).windows.value(0).remaining, remaining);
         }
-        for (const char* time : {"1e300", "-1e300", "\"1795376898\"", "null"}) {
+        for (const char* time : {"1e300", "-1e300", "1e400", "\"1795376898\"", "null"}) {
             const ServiceUsage usage
                 = usageOf(u"zai"_s,
                           R"({"windows": [{"used_percent": 1, "resets_at": )"_ba + time
