@@ -73,11 +73,13 @@ QList<ServiceUsage> refreshedStatus(const ProviderRegistry& registry, const Keyc
                   return CodexSnapshot::read(CodexSnapshot::defaultTimeout, folder, &cancellation);
               });
     }
-    std::vector<std::pair<ProviderDefinition, std::future<std::optional<QByteArray>>>> runs;
+    std::vector<std::pair<ProviderDefinition, std::future<std::optional<ServiceUsage>>>> runs;
+    const QString folder = registry.supportDirectory();
     if (runner.isAvailable()) {
         for (const ProviderDefinition& row : registry.enabledSnapshotProviders()) {
-            runs.emplace_back(row, std::async(std::launch::async, [&, id = row.id] {
-                                  return runner.run(id, keychain.key(id), &cancellation);
+            runs.emplace_back(row, std::async(std::launch::async, [&, row] {
+                                  return providerUsage(runner, keychain, folder, row,
+                                                       &cancellation);
                               }));
         }
     }
@@ -90,8 +92,8 @@ QList<ServiceUsage> refreshedStatus(const ProviderRegistry& registry, const Keyc
             fresh.insert(codexId, codexReadUsage(registry, document));
     }
     for (auto& [row, run] : runs) {
-        if (const std::optional<QByteArray> output = run.get())
-            fresh.insert(row.id, snapshotRunUsage(registry.supportDirectory(), row, *output));
+        if (const std::optional<ServiceUsage> usage = run.get())
+            fresh.insert(row.id, *usage);
     }
     return status(registry, fresh);
 }

@@ -92,13 +92,13 @@ void UsageCollector::fetchSnapshotProviders()
         if (m_snapshotRunning.contains(row.id))
             continue;
         m_snapshotRunning.insert(row.id);
-        QtConcurrent::run(&m_workers, [this, id = row.id] {
-            return m_runner.run(id, m_keychain.key(id), &m_cancellation);
-        }).then(this, [this, row](const std::optional<QByteArray>& output) {
-            m_snapshotRunning.remove(row.id);
-            if (output)
-                m_usageByID.insert(row.id,
-                                   snapshotRunUsage(m_paths.supportDirectory, row, *output));
+        QtConcurrent::run(&m_workers, [this, row] {
+            return providerUsage(m_runner, m_keychain, m_paths.supportDirectory, row,
+                                 &m_cancellation);
+        }).then(this, [this, id = row.id](const std::optional<ServiceUsage>& usage) {
+            m_snapshotRunning.remove(id);
+            if (usage)
+                store(*usage);
             onChange();
         });
     }

@@ -1,6 +1,5 @@
 #include "usage/KeychainStore.h"
 
-#include "platform/SecretStore.h"
 #include "usage/ProviderRegistry.h"
 
 #include <QCoreApplication>
@@ -18,10 +17,12 @@ QString service(const QString& providerId)
 
 } // namespace
 
-std::optional<QString> KeychainStore::key(const QString& providerId) const
+std::optional<QString> KeychainStore::key(const QString& providerId, SecretObstacle* obstacle) const
 {
-    const std::optional<QByteArray> secret = m_secrets.secret(service(providerId), account);
-    const QString key = QString::fromUtf8(secret.value_or(QByteArray())).trimmed();
+    const SecretReading reading = m_secrets.read(service(providerId), account);
+    if (obstacle)
+        *obstacle = reading.obstacle;
+    const QString key = QString::fromUtf8(reading.secret.value_or(QByteArray())).trimmed();
     return key.isEmpty() ? std::nullopt : std::optional(key);
 }
 

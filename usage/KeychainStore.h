@@ -1,10 +1,10 @@
 #pragma once
 
+#include "platform/SecretStore.h"
+
 #include <QString>
 
 #include <optional>
-
-class SecretStore;
 
 /// The providers' API keys, one per provider, in the user's secret store.
 ///
@@ -16,9 +16,10 @@ public:
     {
     }
 
-    /// The key without white space around it. Absent when there is none or it cannot be had without
-    /// asking the user.
-    [[nodiscard]] std::optional<QString> key(const QString& providerId) const;
+    /// The key without white space around it. Absent when there is none, or when it cannot be had
+    /// without asking the user, of which `obstacle` is told.
+    [[nodiscard]] std::optional<QString> key(const QString& providerId,
+                                             SecretObstacle* obstacle = nullptr) const;
 
     /// Stores `key` without white space around it, in place of an older one. False when nothing is
     /// left of it, which changes nothing, or when it cannot be stored.

@@ -1,11 +1,28 @@
 #include "usage/SnapshotRunner.h"
 
 #include "platform/ChildProcess.h"
+#include "usage/KeychainStore.h"
+#include "usage/ProviderRegistry.h"
 #include "usage/SnapshotFiles.h"
 
+#include <QCoreApplication>
 #include <QFileInfo>
 
 using namespace Qt::StringLiterals;
+
+namespace {
+
+class Texts {
+    Q_DECLARE_TR_FUNCTIONS(SnapshotRunner)
+};
+
+/// Whether the script knows of a login besides the key in the keyring.
+bool hasOtherLogin(const QString& providerId)
+{
+    return providerId == "copilot"_L1;
+}
+
+} // namespace
 
 bool SnapshotRunner::isAvailable() const
 {
@@ -36,6 +53,27 @@ std::optional<QByteArray> SnapshotRunner::run(const QString& providerId,
     // One that has closed its output has nothing left to do but go.
     child.end(isWhole ? ChildProcess::terminationPatience : std::chrono::milliseconds(0));
     return isWhole ? std::optional(output) : std::nullopt;
+}
+
+std::optional<ServiceUsage> providerUsage(const SnapshotRunner& runner,
+                                          const KeychainStore& keychain,
+                                          const QString& supportDirectory,
+                                          const ProviderDefinition& provider,
+                                          const Cancellation* cancellation)
+{
+    SecretObstacle obstacle{};
+    const std::optional<QString> key = keychain.key(provider.id, &obstacle);
+    if (obstacle == SecretObstacle::locked
+        || (obstacle == SecretObstacle::unreachable && !hasOtherLogin(provider.id))) {
+        ServiceUsage saved = savedSnapshotUsage(supportDirectory, provider);
+        saved.error = obstacle == SecretObstacle::locked
+            ? Texts::tr("Your keyring is locked")
+            : Texts::tr("Your keyring cannot be reached");
+        return saved;
+    }
+    const std::optional<QByteArray> output = runner.run(provider.id, key, cancellation);
+    return output ? std::optional(snapshotRunUsage(supportDirectory, provider, *output))
+                  : std::nullopt;
 }
 
 ServiceUsage snapshotRunUsage(const QString& supportDirectory, const ProviderDefinition& provider,

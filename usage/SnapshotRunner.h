@@ -9,6 +9,7 @@
 #include <optional>
 
 class Cancellation;
+class KeychainStore;
 struct ProviderDefinition;
 
 /// Runs the companion script that fetches one provider's usage.
@@ -32,6 +33,17 @@ struct SnapshotRunner {
                                                 const std::optional<QString>& key,
                                                 const Cancellation* cancellation = nullptr) const;
 };
+
+/// The record of `provider` after a run with its key. Blocks: from a worker.
+///
+/// Absent when the run gives nothing. When the key is there but cannot be read, the script is not
+/// run, which would report a missing key and forget the limits: the record is the saved one, and
+/// says why.
+[[nodiscard]] std::optional<ServiceUsage> providerUsage(const SnapshotRunner& runner,
+                                                        const KeychainStore& keychain,
+                                                        const QString& supportDirectory,
+                                                        const ProviderDefinition& provider,
+                                                        const Cancellation* cancellation = nullptr);
 
 /// The record that a run leads to: what the script printed, or the provider's saved snapshot when
 /// that holds no limits.

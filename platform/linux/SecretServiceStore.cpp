@@ -308,12 +308,18 @@ SecretServiceStore::SecretServiceStore(QDBusConnection bus, std::chrono::millise
     qDBusRegisterMetaType<Secret>();
 }
 
-std::optional<QByteArray> SecretServiceStore::secret(const QString& service,
-                                                     const QString& account) const
+SecretReading SecretServiceStore::read(const QString& service, const QString& account) const
 {
     Client client(m_bus, m_callLimit, m_promptLimit);
     const std::optional<FoundItems> found = client.search(address(service, account));
-    return found ? client.read(found->unlocked) : std::nullopt;
+    if (!found)
+        return {.obstacle = SecretObstacle::unreachable};
+    if (found->unlocked.isEmpty())
+        return {.obstacle
+                = found->locked.isEmpty() ? SecretObstacle::none : SecretObstacle::locked};
+    const std::optional<QByteArray> secret = client.read(found->unlocked);
+    return {.secret = secret,
+            .obstacle = secret ? SecretObstacle::none : SecretObstacle::unreachable};
 }
 
 bool SecretServiceStore::setSecret(const QString& service, const QString& account,

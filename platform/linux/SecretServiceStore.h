@@ -19,8 +19,7 @@ public:
                                 std::chrono::milliseconds callLimit = std::chrono::seconds(2),
                                 std::chrono::milliseconds promptLimit = std::chrono::minutes(2));
 
-    [[nodiscard]] std::optional<QByteArray> secret(const QString& service,
-                                                   const QString& account) const override;
+    [[nodiscard]] SecretReading read(const QString& service, const QString& account) const override;
     bool setSecret(const QString& service, const QString& account, const QString& label,
                    const QByteArray& secret) override;
 

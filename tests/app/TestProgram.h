@@ -52,7 +52,7 @@ public:
 
 class NoSecrets final : public SecretStore {
 public:
-    std::optional<QByteArray> secret(const QString&, const QString&) const override { return {}; }
+    SecretReading read(const QString&, const QString&) const override { return {}; }
     bool setSecret(const QString&, const QString&, const QString&, const QByteArray&) override
     {
         return false;

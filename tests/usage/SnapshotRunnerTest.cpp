@@ -2,6 +2,7 @@
 
 #include "tests/support/ProcessGroups.h"
 #include "tests/support/TestFiles.h"
+#include "usage/KeychainStore.h"
 #include "usage/ProviderRegistry.h"
 
 #include <QTemporaryDir>
@@ -9,6 +10,26 @@
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
+
+namespace {
+
+/// A store that keeps nothing, and says what is in the way.
+class ObstructedStore final : public SecretStore {
+public:
+    SecretReading read(const QString&, const QString&) const override
+    {
+        return {.obstacle = obstacle};
+    }
+    bool setSecret(const QString&, const QString&, const QString&, const QByteArray&) override
+    {
+        return false;
+    }
+    bool removeSecret(const QString&, const QString&) override { return false; }
+
+    SecretObstacle obstacle{};
+};
+
+} // namespace
 
 class SnapshotRunnerTest : public QObject {
     Q_OBJECT
@@ -34,6 +55,37 @@ sys.exit(3)
         QCOMPARE(m_runner.run(u"zai"_s, std::nullopt), "['zai'] '' False\n"_ba);
         m_runner.interpreter = u"/nonexistent/python3"_s;
         QCOMPARE(m_runner.run(u"zai"_s, u"s3cret"_s), std::nullopt);
+    }
+
+    void figuresStayWhileTheKeyCannotBeRead_data()
+    {
+        QTest::addColumn<SecretObstacle>("obstacle");
+        QTest::addColumn<QString>("id");
+        QTest::addColumn<QString>("error"); // empty: the script is run
+        const QString unreachable = u"Your keyring cannot be reached"_s;
+        QTest::newRow("no key") << SecretObstacle::none << u"zai"_s << QString();
+        QTest::newRow("locked") << SecretObstacle::locked << u"zai"_s
+                                << u"Your keyring is locked"_s;
+        QTest::newRow("no keyring") << SecretObstacle::unreachable << u"zai"_s << unreachable;
+        QTest::newRow("another login") << SecretObstacle::unreachable << u"copilot"_s << QString();
+    }
+
+    void figuresStayWhileTheKeyCannotBeRead()
+    {
+        QFETCH(SecretObstacle, obstacle);
+        QFETCH(QString, id);
+        const ProviderDefinition provider = *ProviderRegistry::definition(id);
+        const QString file = m_folder->filePath(*provider.snapshotFile);
+        writeFile(file, R"({"windows": [{"name": "kept", "used_percent": 20}]})");
+        writeFile(m_runner.script,
+                  "print('{\"windows\": [{\"name\": \"run\", \"used_percent\": 9}]}')\n");
+        ObstructedStore store;
+        store.obstacle = obstacle;
+        const auto usage
+            = providerUsage(m_runner, KeychainStore(store), m_folder->path(), provider);
+        QVERIFY(usage);
+        QTEST(usage->error.value_or(QString()), "error");
+        QCOMPARE(usage->windows.value(0).name, usage->error ? u"kept"_s : u"run"_s);
     }
 
     void runsThatGoWrongGiveNothingAndLeaveNothing()

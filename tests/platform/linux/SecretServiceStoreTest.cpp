@@ -118,7 +118,7 @@ private slots:
         QVERIFY(m_store.setSecret(service, account, u"Old label"_s, "old key"));
         QVERIFY(m_store.setSecret(service, account, label, "new key"));
 
-        QCOMPARE(m_store.secret(service, account), "new key"_ba);
+        QCOMPARE(m_store.read(service, account).secret, "new key"_ba);
         QCOMPARE(lookup(), "new key"_ba);
         const QByteArray item = listing();
         QCOMPARE(item.count("label = "), 1);
@@ -126,7 +126,7 @@ private slots:
         QCOMPARE(item.count("attribute."), 2);
 
         QVERIFY(m_store.removeSecret(service, account));
-        QCOMPARE(m_store.secret(service, account), std::nullopt);
+        QCOMPARE(m_store.read(service, account).secret, std::nullopt);
         QCOMPARE(lookup(), ""_ba);
         QVERIFY(m_store.removeSecret(service, account));
         QCOMPARE(lookup(u"other"_s), "other key"_ba);
@@ -144,7 +144,7 @@ private slots:
         QCOMPARE(storeAnother(), "their key"_ba);
         QVERIFY(m_store.setSecret(service, account, label, "our key"));
         QCOMPARE(listing().count("label = "), 1);
-        QCOMPARE(m_store.secret(service, account), "our key"_ba);
+        QCOMPARE(m_store.read(service, account).secret, "our key"_ba);
 
         storeAnother();
         QCOMPARE(listing().count("label = "), 2);
@@ -165,7 +165,7 @@ private slots:
     {
         QFETCH(QByteArray, bytes);
         QVERIFY(m_store.setSecret(service, account, label, bytes));
-        QCOMPARE(m_store.secret(service, account), bytes);
+        QCOMPARE(m_store.read(service, account).secret, bytes);
     }
 
     void threadsDoNotDisturbEachOther()
@@ -176,7 +176,7 @@ private slots:
                 const QString mine = QString::number(number);
                 const QByteArray key = mine.toUtf8();
                 return m_store.setSecret(service, mine, label, key)
-                    && m_store.secret(service, mine) == key && m_store.removeSecret(service, mine);
+                    && m_store.read(service, mine).secret == key && m_store.removeSecret(service, mine);
             }));
         }
         for (auto& worker : workers)
@@ -188,7 +188,7 @@ private slots:
         QVERIFY(m_store.setSecret(service, account, label, "key"));
         signalOwner(busName, SIGSTOP);
         SecretServiceStore hasty(QDBusConnection::sessionBus(), 50ms);
-        auto reading = inBackground([&] { return hasty.secret(service, account); });
+        auto reading = inBackground([&] { return hasty.read(service, account).secret; });
         auto storing
             = inBackground([&] { return hasty.setSecret(service, account, label, "late"); });
         auto removing = inBackground([&] { return hasty.removeSecret(service, account); });
@@ -200,7 +200,7 @@ private slots:
         QCOMPARE(reading.get(), std::nullopt);
         QVERIFY(!storing.get());
         QVERIFY(!removing.get());
-        QCOMPARE(m_store.secret(service, account), "key"_ba);
+        QCOMPARE(m_store.read(service, account).secret, "key"_ba);
     }
 
     void aServiceThatStartsAgainIsUsed()
@@ -211,7 +211,7 @@ private slots:
                {u"--daemonize"_s, u"--unlock"_s, u"--components=secrets"_s}, "vexlo");
         QTRY_VERIFY(hasOwner(busName));
 
-        QCOMPARE(m_store.secret(service, account), "kept"_ba);
+        QCOMPARE(m_store.read(service, account).secret, "kept"_ba);
         QVERIFY(m_store.setSecret(service, account, label, "new"));
         QCOMPARE(lookup(), "new"_ba);
     }
@@ -242,7 +242,9 @@ private slots:
     void readingAsksNobody()
     {
         const QStringList answered = objects(u"/prompt"_s);
-        QCOMPARE(m_store.secret(service, account), std::nullopt);
+        const SecretReading reading = m_store.read(service, account);
+        QCOMPARE(reading.secret, std::nullopt);
+        QCOMPARE(reading.obstacle, SecretObstacle::locked);
         QCOMPARE(objects(u"/prompt"_s), answered);
     }
 
@@ -254,7 +256,7 @@ private slots:
         QCOMPARE(processesShowing(key), QStringList());
         QVERIFY(answerDialog(password));
         QVERIFY(result());
-        QCOMPARE(m_store.secret(service, account), key);
+        QCOMPARE(m_store.read(service, account).secret, key);
         QCOMPARE(listing().count("label = "), 1);
     }
 
@@ -280,7 +282,7 @@ private slots:
         start([this] { return m_store.setSecret(service, u"other"_s, label, "other key"); });
         QVERIFY(answerDialog(password));
         QVERIFY(result());
-        QCOMPARE(m_store.secret(service, account), "old key"_ba);
+        QCOMPARE(m_store.read(service, account).secret, "old key"_ba);
     }
 
     void waitingForAnAnswerEnds_data()
@@ -413,7 +415,8 @@ private slots:
     {
         QFETCH(QDBusConnection, bus);
         SecretServiceStore store(bus);
-        QCOMPARE(store.secret(service, account), std::nullopt);
+        QCOMPARE(store.read(service, account).secret, std::nullopt);
+        QCOMPARE(store.read(service, account).obstacle, SecretObstacle::unreachable);
         QVERIFY(!store.setSecret(service, account, label, "key"));
         QVERIFY(!store.removeSecret(service, account));
     }
